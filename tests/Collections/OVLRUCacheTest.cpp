@@ -1,0 +1,185 @@
+#include "OVUtility/Collections/OVLRUCache.h"
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "OVLog/CaptureSink.h"
+
+namespace {
+
+using Cache = ov::OVLRUCache<std::string, int>;
+using Keys = std::vector<std::string>;
+
+std::shared_ptr<int> obj(int v) {
+    return std::make_shared<int>(v);
+}
+
+TEST(OVLRUCache, EvictsLeastRecentlyUsedAndReadsPromote) {
+    auto cache = Cache::make(2);
+    cache->setObject(obj(1), "a");
+    cache->setObject(obj(2), "b");
+    ASSERT_EQ(*cache->objectForKey("a"), 1);
+    cache->setObject(obj(3), "c");
+    EXPECT_EQ(cache->keys(), (Keys{"c", "a"}));
+    EXPECT_EQ(cache->objectForKey("b"), nullptr);
+    // A miss does not disturb the order.
+    EXPECT_EQ(cache->keys(), (Keys{"c", "a"}));
+
+    // Replacing an existing key promotes it and evicts nothing.
+    cache->setObject(obj(10), "a");
+    EXPECT_EQ(cache->keys(), (Keys{"a", "c"}));
+    EXPECT_EQ(*cache->objectForKey("a"), 10);
+    EXPECT_EQ(cache->count(), 2u);
+
+    // Empty objects are ignored; removal of unknown keys is harmless.
+    cache->setObject(nullptr, "z");
+    cache->removeObjectForKey("nope");
+    EXPECT_EQ(cache->keys(), (Keys{"a", "c"}));
+    cache->removeObjectForKey("a");
+    EXPECT_EQ(cache->keys(), (Keys{"c"}));
+    EXPECT_EQ(cache->map().size(), 1u);
+}
+
+TEST(OVLRUCache, SizeZeroKeepsNothing) {
+    auto cache = Cache::make(0);
+    cache->setObject(obj(1), "a");
+    EXPECT_EQ(cache->count(), 0u);
+    EXPECT_TRUE(cache->keys().empty());
+    EXPECT_EQ(cache->objectForKey("a"), nullptr);
+    cache->evictLeastRecentObject();  // nothing to evict
+    EXPECT_EQ(cache->count(), 0u);
+}
+
+TEST(OVLRUCache, EqualityCountsRecencyOrderAndComparesObjectsByValue) {
+    auto a = Cache::make(3);
+    auto b = Cache::make(3);
+    a->setObject(obj(1), "x");
+    a->setObject(obj(2), "y");
+    b->setObject(obj(2), "y");
+    b->setObject(obj(1), "x");
+    EXPECT_FALSE(a->isEqual(b));  // same entries, other order
+    b->promoteKey("y");
+    EXPECT_TRUE(a->isEqual(b));  // distinct but equal objects
+    EXPECT_TRUE(*a == *b);
+    b->setObject(obj(99), "y");
+    EXPECT_FALSE(a->isEqual(b));
+    EXPECT_TRUE(a->isEqual(a));
+    EXPECT_FALSE(a->isEqual(nullptr));
+    EXPECT_FALSE(a->isEqual(Cache::make(4)));
+    auto c = Cache::make(4);
+    EXPECT_TRUE(Cache::make(4)->isEqual(c));
+    c->setObject(obj(1), "x");
+    c->setObject(obj(2), "y");
+    EXPECT_FALSE(a->isEqual(c));  // sizes differ
+}
+
+TEST(OVLRUCache, CodingRoundTripsAndRefusesBadInput) {
+    auto cache = Cache::make(3);
+    cache->setObject(obj(1), "a");
+    cache->setObject(obj(2), "b");
+    cache->objectForKey("a");
+    nlohmann::json coded = cache->encodeWithCoder();
+    EXPECT_EQ(coded["size"], 3);
+    EXPECT_EQ(coded["sortedKeys"], nlohmann::json::parse(R"(["a","b"])"));
+    EXPECT_EQ(coded["internalList"], nlohmann::json::parse(R"({"a":1,"b":2})"));
+    auto decoded = Cache::initWithCoder(coded);
+    ASSERT_TRUE(decoded);
+    EXPECT_TRUE(decoded->isEqual(cache));
+
+    // Non-text keys code as [key, object] pairs.
+    auto numeric = ov::OVLRUCache<int, std::string>::make(2);
+    numeric->setObject(std::make_shared<std::string>("one"), 1);
+    numeric->setObject(std::make_shared<std::string>("two"), 2);
+    auto numericBack = ov::OVLRUCache<int, std::string>::initWithCoder(numeric->encodeWithCoder());
+    ASSERT_TRUE(numericBack);
+    EXPECT_EQ(numericBack->keys(), (std::vector<int>{2, 1}));
+    EXPECT_EQ(*numericBack->objectForKey(1), "one");
+
+    auto capture = ovlog::CaptureSink::attach();
+    const char* bad[] = {
+        R"([1,2])",
+        R"({"size":2,"internalList":{"a":1}})",
+        R"({"size":-1,"internalList":{},"sortedKeys":[]})",
+        R"({"size":2,"internalList":{"a":1},"sortedKeys":["b"]})",
+        R"({"size":2,"internalList":{"a":1,"b":2},"sortedKeys":["a"]})",
+        R"({"size":2,"internalList":{"a":1},"sortedKeys":["a","a"]})",
+        R"({"size":1,"internalList":{"a":1,"b":2},"sortedKeys":["a","b"]})",
+        R"({"size":2,"internalList":{"a":"text"},"sortedKeys":["a"]})",
+    };
+    for (const char* text : bad)
+        EXPECT_EQ(Cache::initWithCoder(nlohmann::json::parse(text)), nullptr) << text;
+    EXPECT_EQ(capture->messages().size(), std::size(bad));
+    for (const auto& line : capture->messages())
+        EXPECT_NE(line.find("cannot decode OVLRUCache"), std::string::npos) << line;
+}
+
+// Random operation sequences against a plain vector model (most recent first).
+TEST(OVLRUCache, MatchesReferenceModelOnRandomOperations) {
+    std::mt19937 rng(1234);
+    for (int round = 0; round < 40; ++round) {
+        const std::size_t size = rng() % 6;
+        auto cache = Cache::make(size);
+        std::vector<std::pair<std::string, int>> model;
+        auto find = [&](const std::string& k) {
+            return std::find_if(model.begin(), model.end(),
+                                [&](const auto& e) { return e.first == k; });
+        };
+        for (int step = 0; step < 400; ++step) {
+            const std::string key(1, static_cast<char>('a' + rng() % 8));
+            const int value = static_cast<int>(rng() % 1000);
+            switch (rng() % 5) {
+                case 0:
+                case 1: {
+                    cache->setObject(obj(value), key);
+                    if (auto it = find(key); it != model.end()) model.erase(it);
+                    model.insert(model.begin(), {key, value});
+                    if (model.size() > size) model.pop_back();
+                    break;
+                }
+                case 2: {
+                    auto got = cache->objectForKey(key);
+                    auto it = find(key);
+                    if (it == model.end()) {
+                        ASSERT_EQ(got, nullptr);
+                    } else {
+                        ASSERT_TRUE(got);
+                        ASSERT_EQ(*got, it->second);
+                        auto entry = *it;
+                        model.erase(it);
+                        model.insert(model.begin(), entry);
+                    }
+                    break;
+                }
+                case 3:
+                    cache->removeObjectForKey(key);
+                    if (auto it = find(key); it != model.end()) model.erase(it);
+                    break;
+                case 4:
+                    if (rng() % 2) {
+                        cache->evictLeastRecentObject();
+                        if (!model.empty()) model.pop_back();
+                    } else {
+                        cache->promoteKey(key);
+                        if (auto it = find(key); it != model.end()) {
+                            auto entry = *it;
+                            model.erase(it);
+                            model.insert(model.begin(), entry);
+                        }
+                    }
+                    break;
+            }
+            Keys expected;
+            for (const auto& e : model) expected.push_back(e.first);
+            ASSERT_EQ(cache->keys(), expected) << "round " << round << " step " << step;
+            auto map = cache->map();
+            ASSERT_EQ(map.size(), model.size());
+            for (const auto& [k, v] : model) ASSERT_EQ(*map.at(k), v);
+        }
+    }
+}
+
+}  // namespace
