@@ -1,0 +1,234 @@
+// OVDequeue, OVQueue, OVWeakReference and OVObservableObject.
+#include <atomic>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "OVUtility/Collections/OVDequeue.h"
+#include "OVUtility/Collections/OVObservableObject.h"
+#include "OVUtility/Collections/OVQueue.h"
+#include "OVUtility/Collections/OVWeakReference.h"
+
+namespace {
+
+using S = std::shared_ptr<std::string>;
+S obj(std::string s) {
+    return std::make_shared<std::string>(std::move(s));
+}
+
+std::vector<std::string> headToTail(const ov::OVDequeue<std::string>& dq) {
+    std::vector<std::string> out;
+    for (auto node = dq.head(); node; node = node->next)
+        out.push_back(node->data ? *node->data : "nil");
+    return out;
+}
+
+TEST(OVQueue, FirstInFirstOutAndEmptyPointers) {
+    auto q = ov::OVQueue<std::string>::make();
+    auto a = obj("a"), b = obj("b"), c = obj("c");
+    q->add(a);
+    q->add(b);
+    q->add(c);
+    EXPECT_EQ(q->peek(), a);
+    EXPECT_EQ(q->poll(), a);
+    EXPECT_EQ(q->poll(), b);
+    EXPECT_EQ(q->poll(), c);
+    EXPECT_EQ(q->poll(), nullptr);
+    EXPECT_TRUE(q->isEmpty());
+
+    q->add(nullptr);
+    EXPECT_EQ(q->count(), 1u);
+    EXPECT_TRUE(q->isEmpty());  // looks at the oldest object, not the count
+    EXPECT_FALSE(q->isNotEmpty());
+}
+
+TEST(OVDequeue, EndsAndRemovalWithTheKeptDoubleDecrement) {
+    auto dq = ov::OVDequeue<std::string>::make();
+    EXPECT_EQ(dq->removeFirstObject(), nullptr);
+    EXPECT_EQ(dq->removeLastObject(), nullptr);
+    EXPECT_EQ(dq->count(), 0u);
+
+    auto a = obj("a"), b = obj("b"), c = obj("c");
+    dq->addLastObject(b);
+    dq->addFirstObject(a);
+    dq->addLastObject(c);
+    EXPECT_EQ(headToTail(*dq), (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(dq->tail()->previous.lock()->data, b);
+
+    dq->removeObject(obj("b"));  // equal text, other object: no match
+    EXPECT_EQ(dq->count(), 3u);
+    dq->removeObject(b);  // middle: one decrement
+    EXPECT_EQ(headToTail(*dq), (std::vector<std::string>{"a", "c"}));
+    EXPECT_EQ(dq->count(), 2u);
+    EXPECT_EQ(dq->tail()->previous.lock()->data, a);
+    dq->removeObject(a);  // head: decremented twice
+    EXPECT_EQ(headToTail(*dq), (std::vector<std::string>{"c"}));
+    EXPECT_EQ(dq->count(), 0u);
+    EXPECT_EQ(dq->peekFirstObject(), c);
+    EXPECT_EQ(dq->peekLastObject(), c);
+
+    auto single = ov::OVDequeue<std::string>::make();
+    auto x = obj("x");
+    single->addLastObject(x);
+    single->removeObject(x);
+    EXPECT_EQ(single->count(), std::numeric_limits<std::uint64_t>::max());
+    EXPECT_EQ(single->peekFirstObject(), nullptr);
+    EXPECT_EQ(single->head(), nullptr);
+    EXPECT_EQ(single->tail(), nullptr);
+
+    // Tail removal through removeObject also decrements twice.
+    auto t = ov::OVDequeue<std::string>::make();
+    auto p = obj("p"), q = obj("q");
+    t->addLastObject(p);
+    t->addLastObject(q);
+    t->addLastObject(obj("r"));
+    t->removeObject(t->peekLastObject());
+    EXPECT_EQ(t->count(), 1u);
+    EXPECT_EQ(t->tail()->next, nullptr);
+    EXPECT_EQ(t->removeLastObject(), q);
+    EXPECT_EQ(t->removeLastObject(), p);
+    EXPECT_EQ(t->removeLastObject(), nullptr);
+}
+
+TEST(OVDequeue, DroppedChainsAreFreed) {
+    std::weak_ptr<std::string> watched;
+    auto dq = ov::OVDequeue<std::string>::make();
+    {
+        auto payload = obj("payload");
+        watched = payload;
+        dq->addLastObject(payload);
+        for (int i = 0; i < 200000; ++i) dq->addLastObject(obj("x"));
+    }
+    dq->removeAllObjects();
+    EXPECT_EQ(dq->count(), 0u);
+    EXPECT_TRUE(watched.expired());  // no cycle keeps the chain alive
+}
+
+TEST(OVDequeue, ConcurrentUseKeepsCountsConsistent) {
+    auto dq = ov::OVDequeue<int>::make();
+    constexpr int kPerThread = 20000;
+    std::atomic<int> removed{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kPerThread; ++i) {
+                if (t == 0)
+                    dq->addFirstObject(std::make_shared<int>(i));
+                else
+                    dq->addLastObject(std::make_shared<int>(i));
+                if (i % 3 == 0 && (t == 0 ? dq->removeLastObject() : dq->removeFirstObject()))
+                    removed++;
+            }
+        });
+    }
+    for (auto& th : threads) th.join();
+    std::uint64_t walked = 0;
+    for (auto node = dq->head(); node; node = node->next) ++walked;
+    EXPECT_EQ(dq->count(), static_cast<std::uint64_t>(2 * kPerThread - removed.load()));
+    EXPECT_EQ(walked, dq->count());
+}
+
+TEST(OVWeakReference, EqualsOnlyItsLiveTarget) {
+    auto target = obj("t");
+    ov::OVWeakReference<std::string> ref(target);
+    ov::OVWeakReference<std::string> twin(target);
+    EXPECT_TRUE(ref.isEqual(target));
+    EXPECT_FALSE(ref.isEqual(obj("t")));
+    EXPECT_FALSE(ref.isEqual(twin));
+    EXPECT_EQ(ref.hash(), twin.hash());
+    EXPECT_NE(ref.hash(), 0u);
+    target.reset();
+    EXPECT_EQ(ref.nonRetainedObject(), nullptr);
+    EXPECT_EQ(ref.hash(), 0u);
+    EXPECT_TRUE(ref.isEqual(S()));
+}
+
+struct ObserverBase {
+    virtual ~ObserverBase() = default;
+};
+struct PlaybackListener {
+    virtual ~PlaybackListener() = default;
+    virtual void didPlay(const std::string& track, int position) = 0;
+};
+struct Recorder : ObserverBase, PlaybackListener {
+    Recorder(std::string n, std::vector<std::string>* l) : name(std::move(n)), log(l) {}
+    void didPlay(const std::string& track, int position) override {
+        log->push_back(name + ":" + track + "@" + std::to_string(position));
+    }
+    void ping() const { log->push_back(name + ":ping"); }
+    std::string name;
+    std::vector<std::string>* log;
+};
+struct Bystander : ObserverBase {};  // does not implement PlaybackListener
+
+class Player : public ov::OVObservableObject<ObserverBase> {};
+
+TEST(OVObservableObject, OrderPriorityAndSkippedObservers) {
+    std::vector<std::string> log;
+    auto player = std::make_shared<Player>();
+    auto a = std::make_shared<Recorder>("a", &log);
+    auto b = std::make_shared<Recorder>("b", &log);
+    auto bystander = std::make_shared<Bystander>();
+    EXPECT_FALSE(player->hasObservers());
+    player->addObserver(a);
+    player->addObserver(bystander);
+    player->addObserver(b);
+    player->addObserver(a);  // already there
+    player->addObserver(nullptr);
+    EXPECT_EQ(player->observers().size(), 3u);
+    player->addPriorityObserver(b);  // moves to the front
+    EXPECT_EQ(player->allObservers(),
+              (std::vector<std::shared_ptr<ObserverBase>>{b, a, bystander}));
+
+    player->notifyWithSelector(&PlaybackListener::didPlay, std::string("song"), 3);
+    EXPECT_EQ(log, (std::vector<std::string>{"b:song@3", "a:song@3"}));
+
+    log.clear();
+    a.reset();  // destroyed: skipped, not pruned
+    player->notifyWithSelector(&Recorder::ping);
+    EXPECT_EQ(log, (std::vector<std::string>{"b:ping"}));
+    EXPECT_EQ(player->allObservers().size(), 2u);
+    EXPECT_EQ(player->observers().size(), 3u);
+
+    player->removeObserver(b);
+    player->removeObserver(bystander);
+    EXPECT_TRUE(player->hasObservers());  // the dead reference remains
+    EXPECT_TRUE(player->allObservers().empty());
+}
+
+// An observer that edits the list while being notified sees a stable snapshot.
+struct SelfRemover : ObserverBase, PlaybackListener {
+    Player* player = nullptr;
+    std::shared_ptr<ObserverBase> newcomer;
+    std::vector<std::string>* log = nullptr;
+    std::weak_ptr<SelfRemover> self;
+    void didPlay(const std::string& track, int) override {
+        log->push_back("remover:" + track);
+        player->removeObserver(self.lock());
+        player->addObserver(newcomer);
+    }
+};
+
+TEST(OVObservableObject, BroadcastWalksASnapshot) {
+    std::vector<std::string> log;
+    auto player = std::make_shared<Player>();
+    auto remover = std::make_shared<SelfRemover>();
+    auto late = std::make_shared<Recorder>("late", &log);
+    auto after = std::make_shared<Recorder>("after", &log);
+    remover->player = player.get();
+    remover->newcomer = late;
+    remover->log = &log;
+    remover->self = remover;
+    player->addObserver(remover);
+    player->addObserver(after);
+    player->notifyWithSelector(&PlaybackListener::didPlay, std::string("x"), 1);
+    EXPECT_EQ(log, (std::vector<std::string>{"remover:x", "after:x@1"}));
+    log.clear();
+    player->notifyWithSelector(&PlaybackListener::didPlay, std::string("y"), 2);
+    EXPECT_EQ(log, (std::vector<std::string>{"after:y@2", "late:y@2"}));
+}
+
+}  // namespace

@@ -1,0 +1,78 @@
+#include "OVUtility/Collections/ShuffleLCG.h"
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(ShuffleLCG, GeneratorReferenceOutputs) {
+    ov::ShuffleLCG lcg(1);
+    std::vector<std::uint32_t> outputs;
+    for (int i = 0; i < 8; ++i) outputs.push_back(lcg.next());
+    EXPECT_EQ(outputs,
+              (std::vector<std::uint32_t>{41, 18467, 6334, 26500, 19169, 15724, 11478, 29358}));
+    // Large states wrap modulo 2^32 and keep only the low 31 bits.
+    ov::ShuffleLCG high(0xFFFFFFFFu);
+    high.next();
+    EXPECT_EQ(high.seed(), (0xFFFFFFFFu * 214013u + 2531011u) & 0x7FFFFFFFu);
+}
+
+TEST(ShuffleLCG, ReferencePermutationsAndSeedReplay) {
+    ov::ShuffleLCG lcg(1);
+    std::vector<int> a{0, 1, 2, 3, 4};
+    lcg.shuffle(a);
+    EXPECT_EQ(a, (std::vector<int>{2, 0, 4, 3, 1}));
+    EXPECT_EQ(lcg.currentSeed(), 1u);
+    EXPECT_EQ(lcg.seed(), 1736732949u);
+
+    // The running state continues; currentSeed reports where this one began.
+    std::vector<int> b{0, 1, 2, 3, 4};
+    lcg.shuffle(b);
+    EXPECT_EQ(b, (std::vector<int>{1, 2, 3, 0, 4}));
+    EXPECT_EQ(lcg.currentSeed(), 1736732949u);
+
+    // Replaying a remembered currentSeed rebuilds the same order.
+    const std::uint32_t remembered = lcg.currentSeed();
+    lcg.setInitialSeed(1);
+    std::vector<int> c{0, 1, 2, 3, 4};
+    lcg.shuffle(c);
+    EXPECT_EQ(c, (std::vector<int>{2, 0, 4, 3, 1}));
+    lcg.setInitialSeed(remembered);
+    std::vector<int> d{0, 1, 2, 3, 4};
+    lcg.shuffle(d);
+    EXPECT_EQ(d, b);
+
+    ov::ShuffleLCG other(12345);
+    std::vector<long> ten(10);
+    std::iota(ten.begin(), ten.end(), 0);
+    other.shuffle(ten);
+    EXPECT_EQ(ten, (std::vector<long>{6, 9, 7, 1, 0, 2, 5, 8, 3, 4}));
+}
+
+TEST(ShuffleLCG, ShortArraysStillRecordTheSeed) {
+    ov::ShuffleLCG lcg(7);
+    lcg.next();
+    const std::uint32_t running = lcg.seed();
+    std::vector<int> empty;
+    lcg.shuffle(empty);
+    EXPECT_EQ(lcg.currentSeed(), running);
+    std::vector<int> one{42};
+    lcg.shuffle(one);
+    EXPECT_EQ(one, std::vector<int>{42});
+    EXPECT_EQ(lcg.seed(), running);  // no generator step was taken
+
+    // A large shuffle is still a permutation.
+    std::vector<int> many(50000);
+    std::iota(many.begin(), many.end(), 0);
+    lcg.shuffle(many);
+    EXPECT_FALSE(std::is_sorted(many.begin(), many.end()));
+    std::sort(many.begin(), many.end());
+    EXPECT_EQ(many.front(), 0);
+    EXPECT_EQ(std::adjacent_find(many.begin(), many.end()), many.end());
+    EXPECT_EQ(many.back(), 49999);
+}
+
+}  // namespace
