@@ -33,6 +33,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -68,8 +69,10 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
                                                QualityOfService qos = QualityOfService::unspecified,
                                                std::shared_ptr<DispatchQueue> target = nullptr);
 
-    // The main queue (serial, label "com.apple.main-thread"-style label
-    // "main"), pumped by MainRunLoop on the main thread.
+    // The main queue (serial, label "com.orvanta.main-thread"), pumped by
+    // MainRunLoop on the main thread. `sync` onto it from another thread runs
+    // the block on the main thread and waits; from the main thread it is a
+    // deadlock and ends the process.
     static std::shared_ptr<DispatchQueue> main();
     // The shared concurrent queue of a quality of service (unspecified and
     // default give the default queue).
@@ -134,13 +137,28 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
     // Implementation detail, opaque to users.
     struct State;
 
-  protected:
+  private:
     explicit DispatchQueue(std::unique_ptr<State> state);
 
-  private:
     template <typename F>
     auto syncImpl(F&& f, bool barrier) -> std::invoke_result_t<F&> {
         using R = std::invoke_result_t<F&>;
+        if (needsMainThreadHop()) {
+            // The main queue's blocks run on the main thread only: hand the
+            // block over and wait for it.
+            if constexpr (std::is_void_v<R>) {
+                runOnMainAndWait([&] { f(); });
+                return;
+            } else if constexpr (std::is_reference_v<R>) {
+                std::remove_reference_t<R>* result = nullptr;
+                runOnMainAndWait([&] { result = &f(); });
+                return static_cast<R>(*result);
+            } else {
+                std::optional<R> result;
+                runOnMainAndWait([&] { result.emplace(f()); });
+                return std::move(*result);
+            }
+        }
         SyncScope scope(*this, barrier);
         if constexpr (std::is_void_v<R>) {
             f();
@@ -162,15 +180,19 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
       private:
         DispatchQueue& queue_;
         bool barrier_;
-        void* frame_;
+        bool nestedRead_ = false;
+        SyncScope* parent_ = nullptr;  // the target queue, held while this one is
+        void* frame_[3];               // storage for this thread's frame record
     };
 
+    bool needsMainThreadHop() const;
+    void runOnMainAndWait(const std::function<void()>& block);
     void setSpecificRaw(const void* key, std::shared_ptr<void> value);
     std::shared_ptr<void> getSpecificRaw(const void* key) const;
     static std::shared_ptr<void> getSpecificCurrentRaw(const void* key);
 
-    friend class MainRunLoop;
-    friend class DispatchSource;
+    friend struct MainRunLoopAccess;
+    friend struct DispatchQueueAccess;
     std::unique_ptr<State> state_;
 };
 

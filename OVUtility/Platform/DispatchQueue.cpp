@@ -1,0 +1,515 @@
+#include "OVUtility/Platform/DispatchQueue.h"
+
+#include <array>
+#include <exception>
+#include <new>
+
+#include "OVUtility/Platform/DispatchQueueState.h"
+#include "OVUtility/Platform/DispatchSemaphore.h"
+#include "OVUtility/Platform/Fatal.h"
+#include "OVUtility/Platform/MainRunLoop.h"
+#include "OVUtility/Platform/TimerScheduler.h"
+#include "OVUtility/Platform/WorkerPool.h"
+
+namespace ov {
+
+namespace detail {
+
+Frame*& currentFrame() {
+    thread_local Frame* top = nullptr;
+    return top;
+}
+
+void SyncWaiter::wait() {
+    WorkerPool::BlockingScope blocking;
+    std::unique_lock lock(mutex);
+    cv.wait(lock, [&] { return granted; });
+}
+
+}  // namespace detail
+
+namespace {
+
+using detail::FrameScope;
+using detail::Item;
+
+// Serial queues run at most this many blocks, or for this long, per turn on
+// a worker before they step aside for other queues.
+constexpr int kDrainBatch = 512;
+constexpr auto kDrainSlice = std::chrono::milliseconds(2);
+// Concurrent queues keep at most this many drainer jobs waiting in the pool;
+// each drainer that starts a block asks for the next one, so parallelism
+// still fans out to every free worker.
+constexpr int kMaxPendingDrainers = 4;
+
+void runBlock(const DispatchBlock& block, const std::string& label) {
+    try {
+        block();
+    } catch (const std::exception& e) {
+        fatal("uncaught exception in a block on queue \"" + label + "\": " + e.what());
+    } catch (...) {
+        fatal("uncaught exception in a block on queue \"" + label + "\"");
+    }
+}
+
+}  // namespace
+
+// Internal entry points shared with the rest of the runtime.
+struct DispatchQueueAccess {
+    static DispatchQueue::State& state(DispatchQueue& q) { return *q.state_; }
+    static void enqueue(DispatchQueue& q, Item item);
+    static void submitDrainer(DispatchQueue& q);
+    static void drain(DispatchQueue& q);
+    static void drainSerial(DispatchQueue& q);
+    static void drainConcurrent(DispatchQueue& q);
+    static int wantDrainersLocked(DispatchQueue::State& s);
+    static void submitDrainers(DispatchQueue& q, int count);
+    static void poolThunk(void* queue) { drain(*static_cast<DispatchQueue*>(queue)); }
+    static bool rootFlag(const DispatchQueue& q);
+};
+
+namespace {
+std::array<std::shared_ptr<DispatchQueue>, 6>& globalQueues();
+}
+
+bool DispatchQueueAccess::rootFlag(const DispatchQueue& q) {
+    for (auto& g : globalQueues()) {
+        if (g.get() == &q) return true;
+    }
+    return false;
+}
+
+DispatchQueue::DispatchQueue(std::unique_ptr<State> state) : state_(std::move(state)) {
+    state_->owner = this;
+}
+
+DispatchQueue::~DispatchQueue() = default;
+
+std::shared_ptr<DispatchQueue> DispatchQueue::make(std::string label, Attributes attributes,
+                                                   QualityOfService qos,
+                                                   std::shared_ptr<DispatchQueue> target) {
+    auto state = std::make_unique<State>();
+    state->label = std::move(label);
+    state->concurrent = attributes == Attributes::concurrent;
+    state->qos = qos;
+    // Targeting a root (global) queue is the same as targeting nothing: the
+    // queue runs on the pool, at the root's quality of service if it has none.
+    if (target && DispatchQueueAccess::rootFlag(*target)) {
+        if (qos == QualityOfService::unspecified) state->qos = target->qualityOfService();
+        target.reset();
+    }
+    state->target = std::move(target);
+    return std::shared_ptr<DispatchQueue>(new DispatchQueue(std::move(state)));
+}
+
+std::shared_ptr<DispatchQueue> DispatchQueue::main() {
+    static std::shared_ptr<DispatchQueue> queue = [] {
+        auto state = std::make_unique<State>();
+        state->label = "com.orvanta.main-thread";
+        state->main = true;
+        state->qos = QualityOfService::userInteractive;
+        return std::shared_ptr<DispatchQueue>(new DispatchQueue(std::move(state)));
+    }();
+    return queue;
+}
+
+namespace {
+
+std::array<std::shared_ptr<DispatchQueue>, 6>& globalQueues() {
+    static std::array<std::shared_ptr<DispatchQueue>, 6> queues = [] {
+        std::array<std::shared_ptr<DispatchQueue>, 6> qs;
+        const std::pair<QualityOfService, const char*> table[] = {
+            {QualityOfService::background, "com.orvanta.root.background-qos"},
+            {QualityOfService::utility, "com.orvanta.root.utility-qos"},
+            {QualityOfService::defaultQoS, "com.orvanta.root.default-qos"},
+            {QualityOfService::userInitiated, "com.orvanta.root.user-initiated-qos"},
+            {QualityOfService::userInteractive, "com.orvanta.root.user-interactive-qos"},
+        };
+        for (size_t i = 0; i < 5; ++i) {
+            qs[i] = DispatchQueue::make(table[i].second, DispatchQueue::Attributes::concurrent,
+                                        table[i].first);
+        }
+        return qs;
+    }();
+    return queues;
+}
+
+}  // namespace
+
+std::shared_ptr<DispatchQueue> DispatchQueue::global(QualityOfService qos) {
+    auto& qs = globalQueues();
+    switch (qos) {
+        case QualityOfService::background:
+            return qs[0];
+        case QualityOfService::utility:
+            return qs[1];
+        case QualityOfService::userInitiated:
+            return qs[3];
+        case QualityOfService::userInteractive:
+            return qs[4];
+        default:
+            return qs[2];
+    }
+}
+
+std::shared_ptr<DispatchQueue> DispatchQueue::current() {
+    if (auto* frame = detail::currentFrame()) return frame->queue->shared_from_this();
+    if (MainRunLoop::isMainThread()) return main();
+    return nullptr;
+}
+
+const std::string& DispatchQueue::label() const {
+    return state_->label;
+}
+QualityOfService DispatchQueue::qualityOfService() const {
+    return state_->qos;
+}
+bool DispatchQueue::isConcurrent() const {
+    return state_->concurrent;
+}
+bool DispatchQueue::isMain() const {
+    return state_->main;
+}
+std::shared_ptr<DispatchQueue> DispatchQueue::target() const {
+    return state_->target;
+}
+
+bool DispatchQueue::isCurrent() const {
+    for (auto* frame = detail::currentFrame(); frame; frame = frame->previous) {
+        if (frame->queue == this) return true;
+    }
+    return state_->main && MainRunLoop::isMainThread();
+}
+
+void DispatchQueue::async(DispatchBlock block) {
+    DispatchQueueAccess::enqueue(*this, Item{std::move(block), nullptr, false});
+}
+
+void DispatchQueue::asyncBarrier(DispatchBlock block) {
+    DispatchQueueAccess::enqueue(*this, Item{std::move(block), nullptr, true});
+}
+
+void DispatchQueue::asyncAfter(DispatchTime deadline, DispatchBlock block) {
+    if (deadline <= DispatchTime::now()) {
+        async(std::move(block));
+        return;
+    }
+    TimerScheduler::shared().schedule(
+        deadline, [queue = shared_from_this(), block = std::move(block)]() mutable {
+            queue->async(std::move(block));
+        });
+}
+
+void DispatchQueue::suspend() {
+    std::lock_guard lock(state_->mutex);
+    ++state_->suspendCount;
+}
+
+void DispatchQueue::resume() {
+    int submit = 0;
+    bool serialSubmit = false;
+    {
+        std::lock_guard lock(state_->mutex);
+        if (state_->suspendCount == 0)
+            fatal("DispatchQueue::resume: queue \"" + state_->label + "\" is not suspended");
+        if (--state_->suspendCount > 0 || state_->items.empty()) return;
+        if (state_->main) {
+            state_->mainWake.notify_all();
+            return;
+        }
+        if (state_->concurrent) {
+            submit = DispatchQueueAccess::wantDrainersLocked(*state_);
+        } else if (!state_->scheduled) {
+            state_->scheduled = true;
+            state_->keepAlive = shared_from_this();
+            serialSubmit = true;
+        }
+    }
+    if (serialSubmit) DispatchQueueAccess::submitDrainer(*this);
+    DispatchQueueAccess::submitDrainers(*this, submit);
+}
+
+void DispatchQueue::setSpecificRaw(const void* key, std::shared_ptr<void> value) {
+    std::lock_guard lock(state_->specificsMutex);
+    if (value) {
+        state_->specifics[key] = std::move(value);
+    } else {
+        state_->specifics.erase(key);
+    }
+}
+
+std::shared_ptr<void> DispatchQueue::getSpecificRaw(const void* key) const {
+    std::lock_guard lock(state_->specificsMutex);
+    auto it = state_->specifics.find(key);
+    return it == state_->specifics.end() ? nullptr : it->second;
+}
+
+std::shared_ptr<void> DispatchQueue::getSpecificCurrentRaw(const void* key) {
+    const DispatchQueue* queue = nullptr;
+    if (auto* frame = detail::currentFrame()) {
+        queue = frame->queue;
+    } else if (MainRunLoop::isMainThread()) {
+        queue = main().get();
+    }
+    for (; queue; queue = queue->state_->target.get()) {
+        if (auto value = queue->getSpecificRaw(key)) return value;
+    }
+    return nullptr;
+}
+
+bool DispatchQueue::needsMainThreadHop() const {
+    return state_->main && !MainRunLoop::isMainThread();
+}
+
+void DispatchQueue::runOnMainAndWait(const std::function<void()>& block) {
+    DispatchSemaphore done(0);
+    std::exception_ptr error;
+    async([&] {
+        try {
+            block();
+        } catch (...) {
+            error = std::current_exception();
+        }
+        done.signal();
+    });
+    done.wait();
+    if (error) std::rethrow_exception(error);
+}
+
+// ---------------------------------------------------------------- enqueue and drain
+
+void DispatchQueueAccess::enqueue(DispatchQueue& q, Item item) {
+    auto& s = *q.state_;
+    if (!s.concurrent) item.barrier = false;
+    int submit = 0;
+    bool serialSubmit = false;
+    {
+        std::lock_guard lock(s.mutex);
+        s.items.push_back(std::move(item));
+        if (s.main) {
+            s.mainWake.notify_one();
+            return;
+        }
+        if (s.suspendCount > 0) return;
+        if (s.concurrent) {
+            submit = wantDrainersLocked(s);
+        } else if (!s.scheduled) {
+            s.scheduled = true;
+            s.keepAlive = q.shared_from_this();
+            serialSubmit = true;
+        }
+    }
+    if (serialSubmit) submitDrainer(q);
+    submitDrainers(q, submit);
+}
+
+// Called with the lock held: how many new drainers a concurrent queue needs
+// for the blocks that could start now.
+int DispatchQueueAccess::wantDrainersLocked(DispatchQueue::State& s) {
+    if (s.suspendCount > 0 || s.items.empty() || s.barrierActive) return 0;
+    if (s.items.front().barrier && s.running > 0) return 0;
+    int wanted = static_cast<int>(std::min<size_t>(s.items.size(), kMaxPendingDrainers));
+    if (s.pendingDrainers >= wanted) return 0;
+    if (!s.keepAlive && s.owner) s.keepAlive = s.owner->shared_from_this();
+    ++s.pendingDrainers;
+    return 1;
+}
+
+void DispatchQueueAccess::submitDrainers(DispatchQueue& q, int count) {
+    for (int i = 0; i < count; ++i) submitDrainer(q);
+}
+
+void DispatchQueueAccess::submitDrainer(DispatchQueue& q) {
+    auto& s = *q.state_;
+    if (s.target) {
+        // Blocks of a queue with a target run inside one block of the target.
+        // The queue keeps itself alive (keepAlive) until the drainer ran.
+        DispatchQueue* self = &q;
+        enqueue(*s.target, Item{[self] { drain(*self); }, nullptr, false});
+    } else {
+        WorkerPool::shared().push(WorkerPool::Job{&poolThunk, &q}, s.qos);
+    }
+}
+
+void DispatchQueueAccess::drain(DispatchQueue& q) {
+    if (q.state_->concurrent) {
+        drainConcurrent(q);
+    } else {
+        drainSerial(q);
+    }
+}
+
+void DispatchQueueAccess::drainSerial(DispatchQueue& q) {
+    auto& s = *q.state_;
+    auto started = std::chrono::steady_clock::now();
+    int ran = 0;
+    std::unique_lock lock(s.mutex);
+    for (;;) {
+        if (s.suspendCount > 0 || s.items.empty()) {
+            s.scheduled = false;
+            auto keepAlive = std::move(s.keepAlive);
+            lock.unlock();
+            return;  // keepAlive may release the queue here, after the unlock
+        }
+        Item item = std::move(s.items.front());
+        s.items.pop_front();
+        if (item.waiter) {
+            // A `sync` caller's turn: it takes the queue over (still scheduled)
+            // and hands it back when its block is done.
+            lock.unlock();
+            item.waiter->grant();
+            return;
+        }
+        lock.unlock();
+        {
+            FrameScope frame(&q, true);
+            runBlock(item.block, s.label);
+            item.block = nullptr;  // captured state dies inside the queue's turn
+        }
+        lock.lock();
+        if (++ran >= kDrainBatch || std::chrono::steady_clock::now() - started > kDrainSlice) {
+            if (!s.items.empty() && s.suspendCount == 0) {
+                // Step aside for other queues; stay scheduled.
+                lock.unlock();
+                submitDrainer(q);
+                return;
+            }
+            ran = 0;
+            started = std::chrono::steady_clock::now();
+        }
+    }
+}
+
+void DispatchQueueAccess::drainConcurrent(DispatchQueue& q) {
+    auto& s = *q.state_;
+    std::unique_lock lock(s.mutex);
+    --s.pendingDrainers;
+    ++s.activeDrainers;
+    for (;;) {
+        if (s.suspendCount > 0 || s.items.empty() || s.barrierActive) break;
+        bool barrier = s.items.front().barrier;
+        if (barrier) {
+            if (s.running > 0) break;  // the last running block picks it up
+            s.barrierActive = true;
+        } else {
+            ++s.running;
+        }
+        Item item = std::move(s.items.front());
+        s.items.pop_front();
+        int more = wantDrainersLocked(s);
+        lock.unlock();
+        submitDrainers(q, more);
+        if (item.waiter) {
+            item.waiter->grant();  // the `sync` caller runs its block and releases
+        } else {
+            {
+                FrameScope frame(&q, barrier);
+                runBlock(item.block, s.label);
+                item.block = nullptr;
+            }
+        }
+        lock.lock();
+        if (!item.waiter) {
+            if (barrier) {
+                s.barrierActive = false;
+            } else {
+                --s.running;
+            }
+        }
+    }
+    --s.activeDrainers;
+    std::shared_ptr<DispatchQueue> keepAlive;
+    if (s.activeDrainers == 0 && s.pendingDrainers == 0) keepAlive = std::move(s.keepAlive);
+    lock.unlock();
+}
+
+// ---------------------------------------------------------------- sync
+
+DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
+    : queue_(queue), barrier_(barrier) {
+    auto& s = *queue.state_;
+    bool exclusive = !s.concurrent || barrier;
+    if (s.main)
+        fatal("DispatchQueue::sync onto the main queue from the main thread would deadlock");
+    for (auto* frame = detail::currentFrame(); frame; frame = frame->previous) {
+        if (frame->queue != &queue) continue;
+        if (exclusive || frame->exclusive) {
+            fatal("DispatchQueue::sync onto queue \"" + s.label +
+                  "\", which the calling thread is already running, would deadlock");
+        }
+        nestedRead_ = true;  // a reader re-entering its own concurrent queue
+    }
+
+    detail::SyncWaiter waiter;
+    bool wait = false;
+    int submit = 0;
+    bool serialSubmit = false;
+    {
+        std::lock_guard lock(s.mutex);
+        if (s.concurrent) {
+            if (nestedRead_ || (s.suspendCount == 0 && !s.barrierActive && s.items.empty() &&
+                                (!barrier || s.running == 0))) {
+                if (barrier) {
+                    s.barrierActive = true;
+                } else {
+                    ++s.running;
+                }
+            } else {
+                s.items.push_back(Item{nullptr, &waiter, barrier});
+                submit = DispatchQueueAccess::wantDrainersLocked(s);
+                wait = true;
+            }
+        } else if (!s.scheduled && s.items.empty() && s.suspendCount == 0) {
+            s.scheduled = true;
+        } else {
+            s.items.push_back(Item{nullptr, &waiter, false});
+            if (!s.scheduled && s.suspendCount == 0) {
+                s.scheduled = true;
+                s.keepAlive = queue.shared_from_this();
+                serialSubmit = true;
+            }
+            wait = true;
+        }
+    }
+    if (serialSubmit) DispatchQueueAccess::submitDrainer(queue);
+    DispatchQueueAccess::submitDrainers(queue, submit);
+    if (wait) waiter.wait();
+
+    // Blocks of this queue run inside its target: hold the target as well.
+    if (s.target) parent_ = new SyncScope(*s.target, false);
+    static_assert(sizeof(frame_) >= sizeof(detail::Frame));
+    auto* frame = new (frame_) detail::Frame{&queue, exclusive, detail::currentFrame()};
+    detail::currentFrame() = frame;
+}
+
+DispatchQueue::SyncScope::~SyncScope() {
+    auto* frame = std::launder(reinterpret_cast<detail::Frame*>(frame_));
+    detail::currentFrame() = frame->previous;
+
+    auto& s = *queue_.state_;
+    int submit = 0;
+    bool serialSubmit = false;
+    std::shared_ptr<DispatchQueue> keepAlive;
+    {
+        std::lock_guard lock(s.mutex);
+        if (s.concurrent) {
+            if (barrier_) {
+                s.barrierActive = false;
+            } else {
+                --s.running;
+            }
+            submit = DispatchQueueAccess::wantDrainersLocked(s);
+        } else if (!s.items.empty() && s.suspendCount == 0) {
+            s.keepAlive = queue_.shared_from_this();
+            serialSubmit = true;  // stays scheduled: a drainer takes over
+        } else {
+            s.scheduled = false;
+            keepAlive = std::move(s.keepAlive);
+        }
+    }
+    if (serialSubmit) DispatchQueueAccess::submitDrainer(queue_);
+    DispatchQueueAccess::submitDrainers(queue_, submit);
+    delete parent_;
+}
+
+}  // namespace ov

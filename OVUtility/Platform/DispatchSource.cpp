@@ -1,0 +1,124 @@
+#include "OVUtility/Platform/DispatchSource.h"
+
+#include <cmath>
+#include <mutex>
+
+#include "OVUtility/Platform/TimerScheduler.h"
+
+namespace ov {
+
+struct DispatchSource::State : std::enable_shared_from_this<DispatchSource::State> {
+    std::mutex mutex;
+    std::shared_ptr<DispatchQueue> queue;
+    std::shared_ptr<DispatchBlock> handler;
+    DispatchTime deadline = DispatchTime::distantFuture();
+    std::chrono::nanoseconds interval{0};
+    int suspendCount = 1;  // sources are created suspended
+    bool cancelled = false;
+    bool eventPending = false;          // an event waits on the queue
+    unsigned long long generation = 0;  // bumps on every (re)arm; stale wake-ups are dropped
+
+    // Arms the scheduler for the current deadline (lock held).
+    void armLocked() {
+        ++generation;
+        if (cancelled || suspendCount > 0 || deadline.isDistantFuture()) return;
+        std::weak_ptr<State> weak = shared_from_this();
+        TimerScheduler::shared().schedule(deadline, [weak, gen = generation] {
+            if (auto state = weak.lock()) state->fire(gen);
+        });
+    }
+
+    void fire(unsigned long long gen) {
+        std::lock_guard lock(mutex);
+        if (gen != generation || cancelled || suspendCount > 0) return;
+        if (interval.count() > 0) {
+            // A timer that fell behind fires once, then keeps its cadence.
+            auto now = DispatchTime::now();
+            auto next = deadline + interval;
+            if (next <= now) {
+                auto behind = (now.timePoint() - deadline.timePoint()) / interval;
+                next = deadline + interval * (behind + 1);
+            }
+            deadline = next;
+        } else {
+            deadline = DispatchTime::distantFuture();
+        }
+        armLocked();
+        if (eventPending) return;  // events coalesce while one waits
+        eventPending = true;
+        queue->async([self = shared_from_this()] { self->deliver(); });
+    }
+
+    void deliver() {
+        std::shared_ptr<DispatchBlock> current;
+        {
+            std::lock_guard lock(mutex);
+            eventPending = false;
+            if (cancelled || suspendCount > 0) return;
+            current = handler;
+        }
+        if (current && *current) (*current)();
+    }
+};
+
+std::shared_ptr<DispatchSource> DispatchSource::makeTimer(std::shared_ptr<DispatchQueue> queue) {
+    std::shared_ptr<DispatchSource> source(new DispatchSource());
+    source->state_->queue = queue ? std::move(queue) : DispatchQueue::global();
+    return source;
+}
+
+DispatchSource::DispatchSource() : state_(std::make_shared<State>()) {}
+
+DispatchSource::~DispatchSource() {
+    cancel();
+}
+
+void DispatchSource::schedule(DispatchTime deadline, double intervalSeconds,
+                              long long leewayNanoseconds) {
+    (void)leewayNanoseconds;  // events fire at their deadline; leeway only permits lateness
+    std::lock_guard lock(state_->mutex);
+    state_->deadline = deadline;
+    if (std::isfinite(intervalSeconds) && intervalSeconds > 0) {
+        state_->interval = std::chrono::nanoseconds(
+            static_cast<long long>(std::min(intervalSeconds, 9.2e9) * 1e9));
+    } else {
+        state_->interval = std::chrono::nanoseconds(0);
+    }
+    state_->armLocked();
+}
+
+void DispatchSource::setEventHandler(DispatchBlock handler) {
+    std::lock_guard lock(state_->mutex);
+    if (state_->cancelled) return;
+    state_->handler = handler ? std::make_shared<DispatchBlock>(std::move(handler)) : nullptr;
+}
+
+void DispatchSource::resume() {
+    std::lock_guard lock(state_->mutex);
+    if (state_->suspendCount == 0) return;  // over-resume is ignored rather than fatal
+    if (--state_->suspendCount == 0) state_->armLocked();
+}
+
+void DispatchSource::suspend() {
+    std::lock_guard lock(state_->mutex);
+    ++state_->suspendCount;
+    ++state_->generation;
+}
+
+void DispatchSource::cancel() {
+    std::shared_ptr<DispatchBlock> released;
+    {
+        std::lock_guard lock(state_->mutex);
+        state_->cancelled = true;
+        ++state_->generation;
+        released = std::move(state_->handler);
+    }
+    // The handler (and what it captured) is released outside the lock.
+}
+
+bool DispatchSource::isCancelled() const {
+    std::lock_guard lock(state_->mutex);
+    return state_->cancelled;
+}
+
+}  // namespace ov

@@ -1,0 +1,142 @@
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "OVUtility/Concurrency/DispatchTimer.h"
+#include "OVUtility/Concurrency/DispatchTimerFactory.h"
+#include "OVUtility/Platform/DispatchSource.h"
+#include "support/Eventually.h"
+#include "support/MainQueuePump.h"
+
+using namespace std::chrono;
+using ov::DispatchQueue;
+
+namespace {
+void settle(double seconds) {
+    ovtest::eventually([] { return false; }, seconds);
+}
+}  // namespace
+
+TEST(DispatchTimer, FiresOnlyWhileStartedAndStartSuspendAreNotCounted) {
+    auto queue = DispatchQueue::make("test.timer");
+    std::atomic<int> fired{0};
+    auto timer = std::make_unique<ov::DispatchTimer>(0.02, queue, 0, [&] { fired.fetch_add(1); });
+    settle(0.1);
+    EXPECT_EQ(fired.load(), 0) << "a new timer fired before start()";
+
+    timer->start();
+    timer->start();  // must not over-resume the source
+    EXPECT_TRUE(ovtest::eventually([&] { return fired.load() >= 3; }));
+
+    timer->suspend();  // one suspend undoes the single effective start
+    queue->sync([] {});
+    int stopped = fired.load();
+    settle(0.1);
+    EXPECT_LE(fired.load(), stopped + 1);  // at most an event already queued
+    timer->suspend();                      // second suspend is a no-op
+    timer->start();
+    EXPECT_TRUE(ovtest::eventually([&] { return fired.load() > stopped + 1; }));
+    timer.reset();
+    queue->sync([] {});
+    int atRelease = fired.load();
+    settle(0.1);
+    EXPECT_EQ(fired.load(), atRelease) << "a released timer fired again";
+}
+
+TEST(DispatchTimer, DestroyingNeverStartedOrSuspendedTimerIsSafe) {
+    std::atomic<int> fired{0};
+    {
+        ov::DispatchTimer never(0.01, nullptr, 0, [&] { fired.fetch_add(1); });
+    }
+    {
+        ov::DispatchTimer suspended(0.01, nullptr, 0, [&] { fired.fetch_add(1); });
+        suspended.start();
+        suspended.suspend();
+    }
+    int before = fired.load();
+    settle(0.08);
+    EXPECT_EQ(fired.load(), before);
+}
+
+TEST(DispatchTimerFactory, RunningTimerRepeatsUntilInvalidatedAndReleasesClosure) {
+    ov::DispatchTimerFactory factory;
+    auto queue = DispatchQueue::make("test.factory");
+    std::vector<steady_clock::time_point> events;
+    std::mutex m;
+    auto token = std::make_shared<int>(1);
+    std::weak_ptr<int> weakToken = token;
+    auto start = steady_clock::now();
+    auto timer = factory.scheduleTimer(0.25, queue, 0, [&, token] {
+        std::lock_guard lock(m);
+        events.push_back(steady_clock::now());
+    });
+    token.reset();
+    ASSERT_TRUE(timer);
+    EXPECT_TRUE(ovtest::eventually([&] {
+        std::lock_guard lock(m);
+        return events.size() >= 2;
+    }));
+    timer->invalidate();
+    queue->sync([] {});
+    {
+        std::lock_guard lock(m);
+        EXPECT_GE(duration_cast<milliseconds>(events[0] - start).count(), 245);
+        EXPECT_GE(duration_cast<milliseconds>(events[1] - events[0]).count(), 150);
+    }
+    size_t count = events.size();
+    settle(0.4);
+    EXPECT_EQ(events.size(), count);
+    EXPECT_TRUE(weakToken.expired()) << "invalidate() must release the event closure";
+}
+
+TEST(DispatchTimerFactory, InvalidateFromOwnHandlerAndHugeIntervals) {
+    ov::DispatchTimerFactory factory;
+    std::atomic<int> fired{0};
+    std::shared_ptr<ov::BlockTimer> timer;
+    std::mutex m;
+    {
+        std::lock_guard lock(m);
+        timer = factory.makeTimer(0.01, DispatchQueue::global(), 0, [&] {
+            fired.fetch_add(1);
+            std::lock_guard lock(m);
+            if (timer) timer->invalidate();
+        });
+    }
+    EXPECT_TRUE(ovtest::eventually([&] { return fired.load() >= 1; }));
+    settle(0.08);
+    EXPECT_EQ(fired.load(), 1);
+
+    // Intervals too large for milliseconds (and NaN) never fire.
+    std::atomic<int> never{0};
+    auto huge = factory.makeTimer(1e300, DispatchQueue::global(), 0, [&] { never.fetch_add(1); });
+    auto nan =
+        factory.makeTimer(std::nan(""), DispatchQueue::global(), 0, [&] { never.fetch_add(1); });
+    settle(0.05);
+    EXPECT_EQ(never.load(), 0);
+}
+
+TEST(DispatchTimerFactoryDeathTest, NegativeInfinityEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    ov::DispatchTimerFactory factory;
+    EXPECT_DEATH(factory.makeTimer(-INFINITY, DispatchQueue::global(), 0, [] {}), "not a finite");
+}
+
+TEST(DispatchTimerFactory, MainQueueTimerRunsOnMainThreadWhenPumped) {
+    ov::DispatchTimerFactory factory;
+    std::atomic<int> fired{0};
+    bool onMain = false;
+    auto timer = factory.scheduleMainQueueTimer(0.01, 0, [&] {
+        onMain = ov::MainRunLoop::isMainThread();
+        fired.fetch_add(1);
+    });
+    EXPECT_TRUE(ovtest::pumpMainUntil([&] { return fired.load() >= 1; }));
+    EXPECT_TRUE(onMain);
+    timer.reset();  // releasing stops it
+    ovtest::pumpMainFor(0.02);
+    int seen = fired.load();
+    ovtest::pumpMainFor(0.05);
+    EXPECT_EQ(fired.load(), seen);
+}
