@@ -1,0 +1,383 @@
+#include "OVUtility/Extensions/NSStringAdditions.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <mutex>
+
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+#include <unicode/locid.h>
+#include <unicode/regex.h>
+
+#include "OVLog/OVLog.h"
+#include "OVUtility/Extensions/ListenerCountFormat.h"
+#include "OVUtility/Extensions/UnicodeSupport.h"
+
+namespace ov::nsstring {
+namespace {
+
+ovlog::Module& logModule() {
+    static ovlog::Module& module = ovlog::Module::named("OVUtility");
+    return module;
+}
+
+std::string hex(const unsigned char* bytes, std::size_t length) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string out(length * 2, '0');
+    for (std::size_t i = 0; i < length; ++i) {
+        out[2 * i] = kDigits[bytes[i] >> 4];
+        out[2 * i + 1] = kDigits[bytes[i] & 0x0F];
+    }
+    return out;
+}
+
+std::string digestHex(std::string_view text, const EVP_MD* algorithm) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_Digest(text.data(), text.size(), digest, &length, algorithm, nullptr) != 1) {
+        OVLOG_WARNING(logModule(), "digest {} failed", EVP_MD_get0_name(algorithm));
+        return "";
+    }
+    return hex(digest, length);
+}
+
+// A compiled pattern, built once per process. RegexPattern is immutable and
+// may be shared; each thread keeps its own matcher (matchers carry state).
+struct CompiledPattern {
+    std::unique_ptr<icu::RegexPattern> pattern;
+
+    explicit CompiledPattern(const char* source) {
+        UErrorCode status = U_ZERO_ERROR;
+        UParseError parseError;
+        pattern.reset(icu::RegexPattern::compile(icu::UnicodeString::fromUTF8(source), 0,
+                                                 parseError, status));
+        if (U_FAILURE(status)) {
+            OVLOG_ERROR(logModule(), "regular expression {} did not compile: {}", source,
+                        u_errorName(status));
+            pattern.reset();
+        }
+    }
+};
+
+const CompiledPattern& camelCaseWordPattern() {
+    // Needs look-behind, which ICU's engine supports when bounded.
+    static const CompiledPattern compiled(
+        "([a-z](?=[A-Z]+[a-z])|(?<=[a-z]?)[A-Z]+(?![a-z]))([A-Z][a-z])");
+    return compiled;
+}
+
+const CompiledPattern& lowerThenUpperOrDigitPattern() {
+    static const CompiledPattern compiled("([a-z])([A-Z]|[0-9])");
+    return compiled;
+}
+
+const CompiledPattern& htmlTagPattern() {
+    static const CompiledPattern compiled("<[^>]+>");
+    return compiled;
+}
+
+// One matcher per pattern per thread, reset onto each input.
+icu::RegexMatcher* matcherFor(const CompiledPattern& compiled, const icu::UnicodeString& input) {
+    if (!compiled.pattern) return nullptr;
+    thread_local std::vector<
+        std::pair<const icu::RegexPattern*, std::unique_ptr<icu::RegexMatcher>>>
+        matchers;
+    for (auto& [pattern, matcher] : matchers) {
+        if (pattern == compiled.pattern.get()) {
+            matcher->reset(input);
+            return matcher.get();
+        }
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::RegexMatcher> matcher(compiled.pattern->matcher(input, status));
+    if (U_FAILURE(status)) return nullptr;
+    matchers.emplace_back(compiled.pattern.get(), std::move(matcher));
+    return matchers.back().second.get();
+}
+
+icu::UnicodeString replaceAll(const CompiledPattern& compiled, const icu::UnicodeString& input,
+                              const icu::UnicodeString& replacement) {
+    icu::RegexMatcher* matcher = matcherFor(compiled, input);
+    if (matcher == nullptr) return input;
+    UErrorCode status = U_ZERO_ERROR;
+    icu::UnicodeString result = matcher->replaceAll(replacement, status);
+    matcher->reset(icu::UnicodeString());  // drop the reference to `input`
+    return U_FAILURE(status) ? input : result;
+}
+
+struct InfoDictionaryState {
+    std::mutex mutex;
+    std::shared_ptr<InfoDictionaryProvider> provider;
+};
+
+InfoDictionaryState& infoDictionaryState() {
+    static InfoDictionaryState state;
+    return state;
+}
+
+bool hasPrefix(std::string_view text, std::string_view prefix) {
+    // The platform's prefix test never matches an empty prefix.
+    return !prefix.empty() && text.substr(0, prefix.size()) == prefix;
+}
+
+}  // namespace
+
+bool isInteger(std::string_view text) {
+    std::string_view rest = detail::trimWhitespaceAndNewlines(text);
+    if (!rest.empty() && (rest.front() == '+' || rest.front() == '-')) rest.remove_prefix(1);
+    if (rest.empty()) return false;
+    for (char c : rest) {
+        if (c < '0' || c > '9') return false;
+    }
+    return true;
+}
+
+bool beginsWithLetter(std::string_view text) {
+    return !text.empty() && detail::isLetter(detail::firstCodePoint(text));
+}
+
+std::string abbreviateListenerCountNumber(std::int64_t count) {
+    auto [number, suffix] = abbreviateCount(count);
+    return number + suffix + " listeners";
+}
+
+std::string emptyString() {
+    return "";
+}
+
+std::string ordinalStringForInteger(std::int32_t n) {
+    switch (n) {
+        case 1:
+            return "first";
+        case 2:
+            return "second";
+        case 3:
+            return "third";
+        case 4:
+            return "fourth";
+        case 11:
+        case 12:
+        case 13:
+            return std::to_string(n) + "th";
+        default:
+            break;
+    }
+    switch (n % 10) {  // truncating: negative numbers give negative remainders
+        case 1:
+            return std::to_string(n) + "st";
+        case 2:
+            return std::to_string(n) + "nd";
+        case 3:
+            return std::to_string(n) + "rd";
+        default:
+            return std::to_string(n) + "th";
+    }
+}
+
+bool containsString(std::string_view text, std::string_view needle) {
+    return !needle.empty() && text.find(needle) != std::string_view::npos;
+}
+
+bool containsStringIgnoreCase(std::string_view text, std::string_view needle) {
+    if (needle.empty()) return false;
+    icu::UnicodeString folded = detail::toUnicode(text).foldCase(U_FOLD_CASE_DEFAULT);
+    icu::UnicodeString foldedNeedle = detail::toUnicode(needle).foldCase(U_FOLD_CASE_DEFAULT);
+    return folded.indexOf(foldedNeedle) >= 0;
+}
+
+bool hasContentExcludingWhitespace(std::string_view text) {
+    return !detail::trimWhitespaceAndNewlines(text).empty();
+}
+
+std::string stringWithSuffix(std::string_view text, std::string_view suffix) {
+    if (!suffix.empty() && text.size() >= suffix.size() &&
+        text.substr(text.size() - suffix.size()) == suffix) {
+        return std::string(text);
+    }
+    std::string out;
+    out.reserve(text.size() + 1 + suffix.size());
+    out.append(text).append(" ").append(suffix);
+    return out;
+}
+
+std::string stringWithSHA1Hash(std::string_view text) {
+    return digestHex(text, EVP_sha1());
+}
+
+std::string stringWithSHA256Hash(std::string_view text) {
+    return digestHex(text, EVP_sha256());
+}
+
+std::string hmacWithKey(std::string_view text, std::string_view key) {
+    // The message is a C string: it ends at the first NUL.
+    const std::string_view message = text.substr(0, text.find('\0'));
+    std::array<unsigned char, 64> keyBytes{};  // fixed 64-byte key, zero-padded
+    std::memcpy(keyBytes.data(), key.data(), std::min(key.size(), keyBytes.size()));
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (HMAC(EVP_sha1(), keyBytes.data(), static_cast<int>(keyBytes.size()),
+             reinterpret_cast<const unsigned char*>(message.data()), message.size(), digest,
+             &length) == nullptr) {
+        OVLOG_WARNING(logModule(), "HMAC-SHA1 failed");
+        return "";
+    }
+    std::string encoded(4 * ((length + 2) / 3), '\0');
+    const int written = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()), digest,
+                                        static_cast<int>(length));
+    encoded.resize(static_cast<std::size_t>(std::max(written, 0)));
+    return encoded;
+}
+
+std::string unCamelCase(std::string_view text) {
+    static const icu::UnicodeString kReplacement = icu::UnicodeString::fromUTF8("$1 $2");
+    icu::UnicodeString result = detail::toUnicode(text);
+    result = replaceAll(camelCaseWordPattern(), result, kReplacement);
+    result = replaceAll(lowerThenUpperOrDigitPattern(), result, kReplacement);
+    std::string out = detail::toUtf8(result);
+    const std::size_t first = detail::firstGraphemeLength(out);
+    if (first == 0) return out;
+    icu::UnicodeString head = detail::toUnicode(std::string_view(out).substr(0, first));
+    head.toTitle(nullptr, icu::Locale::getDefault());
+    return detail::toUtf8(head) + out.substr(first);
+}
+
+std::string stringByStrippingHTML(std::string_view text) {
+    icu::UnicodeString result = detail::toUnicode(text);
+    // Delete the first match, then look again. A match can never begin before
+    // the point of the last deletion (the text before it held no match and
+    // any "<…" run there already ended at a ">"), so each search resumes
+    // there, which keeps the whole loop linear.
+    int32_t from = 0;
+    icu::RegexMatcher* matcher = matcherFor(htmlTagPattern(), result);
+    if (matcher == nullptr) return detail::toUtf8(result);
+    UErrorCode status = U_ZERO_ERROR;
+    while (matcher->find(from, status) && U_SUCCESS(status)) {
+        const int32_t start = matcher->start(status);
+        const int32_t end = matcher->end(status);
+        if (U_FAILURE(status)) break;
+        result.remove(start, end - start);
+        matcher->reset(result);
+        from = start;
+    }
+    matcher->reset(icu::UnicodeString());
+    return detail::toUtf8(result);
+}
+
+std::string pluralizedWithCount(std::string_view text, std::int64_t count) {
+    std::string out(text);
+    if (count != 1) out += 's';
+    return out;
+}
+
+void setInfoDictionaryProvider(InfoDictionaryProvider provider) {
+    auto& state = infoDictionaryState();
+    auto shared =
+        provider ? std::make_shared<InfoDictionaryProvider>(std::move(provider)) : nullptr;
+    std::lock_guard lock(state.mutex);
+    state.provider = std::move(shared);
+}
+
+InfoDictionaryProvider infoDictionaryFromJsonFile(std::string path) {
+    struct Loaded {
+        std::once_flag once;
+        std::optional<nlohmann::json> dictionary;
+    };
+    auto loaded = std::make_shared<Loaded>();
+    return [loaded, path = std::move(path)]() -> std::optional<nlohmann::json> {
+        std::call_once(loaded->once, [&] {
+            std::ifstream file(path);
+            if (!file) {
+                OVLOG_WARNING(logModule(), "information dictionary {} could not be opened", path);
+                return;
+            }
+            auto json = nlohmann::json::parse(file, nullptr, /*allow_exceptions=*/false);
+            if (json.is_discarded() || !json.is_object()) {
+                OVLOG_WARNING(logModule(), "information dictionary {} is not a JSON object", path);
+                return;
+            }
+            loaded->dictionary = std::move(json);
+        });
+        return loaded->dictionary;
+    };
+}
+
+bool isPrefixedBySupportedURLScheme(std::string_view text) {
+    std::shared_ptr<InfoDictionaryProvider> provider;
+    {
+        auto& state = infoDictionaryState();
+        std::lock_guard lock(state.mutex);
+        provider = state.provider;
+    }
+    if (!provider) return false;
+    std::optional<nlohmann::json> info = (*provider)();
+    if (!info || !info->is_object()) return false;
+    auto types = info->find("CFBundleURLTypes");
+    if (types == info->end() || !types->is_array() || types->empty()) return false;
+    const nlohmann::json& first = types->front();
+    if (!first.is_object()) return false;
+    auto schemes = first.find("CFBundleURLSchemes");
+    if (schemes == first.end() || !schemes->is_array()) return false;
+    for (const auto& scheme : *schemes) {
+        if (scheme.is_string() && hasPrefix(text, scheme.get_ref<const std::string&>()))
+            return true;
+    }
+    return false;
+}
+
+bool isSupportedAppleURLScheme(std::string_view text) {
+    static constexpr std::string_view kPrefixes[] = {
+        "http://itunes.apple.com", "https://itunes.apple.com", "http://geo.itunes.apple.com",
+        "https://geo.itunes.apple.com"};
+    for (std::string_view prefix : kPrefixes) {
+        if (hasPrefix(text, prefix)) return true;
+    }
+    return false;
+}
+
+std::string stringWithCustomString(std::optional<std::string_view> custom,
+                                   std::string_view fallback) {
+    if (custom && hasContentExcludingWhitespace(*custom)) return std::string(*custom);
+    return std::string(fallback);
+}
+
+std::optional<std::string> stringFromIpAddress(
+    std::optional<std::span<const std::uint8_t>> address) {
+    constexpr std::uint8_t kFamilyIPv4 = 2;
+    constexpr std::uint8_t kFamilyIPv6 = 30;
+    if (!address || address->size() < 2) return std::nullopt;
+    const std::uint8_t family = (*address)[1];
+    if (family == kFamilyIPv4 && address->size() >= 8) {
+        char buffer[INET_ADDRSTRLEN];  // 16 bytes
+        if (inet_ntop(AF_INET, address->data() + 4, buffer, sizeof buffer) == nullptr) {
+            return std::nullopt;
+        }
+        return std::string(buffer);
+    }
+    if (family == kFamilyIPv6 && address->size() >= 24) {
+        char buffer[INET6_ADDRSTRLEN];  // 46 bytes
+        if (inet_ntop(AF_INET6, address->data() + 8, buffer, sizeof buffer) == nullptr) {
+            return std::nullopt;
+        }
+        return std::string(buffer);
+    }
+    return std::nullopt;
+}
+
+std::string inQuotes(std::string_view text) {
+    std::string out = "\u201C";
+    out.append(text).append("\u201C");
+    return out;
+}
+
+std::optional<std::string> hexadecimalStringFromData(
+    std::optional<std::span<const std::uint8_t>> data) {
+    if (!data || data->empty()) return std::nullopt;
+    return hex(data->data(), data->size());
+}
+
+}  // namespace ov::nsstring
