@@ -1,0 +1,339 @@
+#include "OVUtility/Operations/SafeOperation.h"
+
+#include <execinfo.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "OVLog/OVLog.h"
+#include "OVUtility/Operations/OperationConfiguration.h"
+#include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/DispatchSource.h"
+#include "OVUtility/Platform/MainRunLoop.h"
+#include "OVUtility/Platform/OperationQueue.h"
+#include "OVUtility/Tasks/OperationTask.h"
+#include "OVUtility/Tasks/TaskConfigurable.h"
+
+namespace ov {
+
+namespace {
+
+ovlog::Module& logModule() {
+    static ovlog::Module& module = ovlog::Module::named("OperationTask");
+    return module;
+}
+
+const TaskState* const kReady = &OperationStateReady::instance();
+const TaskState* const kFinished = &OperationStateFinished::instance();
+
+bool is(const TaskState* state, std::string_view keyPath) {
+    return state->kvoKeyPath() == keyPath;
+}
+
+constexpr std::string_view kReadyKey = "isReady";
+constexpr std::string_view kExecutingKey = "isExecuting";
+constexpr std::string_view kFinishedKey = "isFinished";
+constexpr std::string_view kCancelledKey = "isCancelled";
+constexpr std::string_view kTerminatedKey = "isTerminated";
+constexpr std::string_view kPrematurelyFinishedKey = "isPrematurelyFinished";
+
+// The calling thread's call stack as a bracketed list of quoted frames.
+std::string callStackSymbols() {
+    void* frames[64];
+    int count = ::backtrace(frames, 64);
+    char** symbols = ::backtrace_symbols(frames, count);
+    std::string text = "[";
+    for (int i = 0; i < count; ++i) {
+        if (i > 0) text += ", ";
+        text += '"';
+        text += std::to_string(i);
+        text += "   ";
+        text += symbols ? symbols[i] : "?";
+        text += '"';
+    }
+    text += "]";
+    std::free(symbols);
+    return text;
+}
+
+std::shared_ptr<const OperationConfiguration> configurationOf(const OperationTask& task) {
+    if (auto* configurable = dynamic_cast<const TaskConfigurable*>(&task)) {
+        return configurable->operationConfiguration();
+    }
+    return nullptr;
+}
+
+std::shared_ptr<DispatchQueue> expirationQueue() {
+    // One serial queue serves every operation's expiration timer.
+    static auto* const queue = new std::shared_ptr<DispatchQueue>(
+        DispatchQueue::make(std::string(SafeOperation::kExpirationQueueLabel),
+                            DispatchQueue::Attributes::serial, QualityOfService::background));
+    return *queue;
+}
+
+}  // namespace
+
+SafeOperation::SafeOperation(std::shared_ptr<OperationTask> task)
+    : state_(kReady), operationState_(kReady), task_(std::move(task)) {
+    if (auto config = task_ ? configurationOf(*task_) : nullptr) {
+        guarded_ = config->isThreadSafe();
+        async_ = config->isAsync();
+        expiration_ = config->expiration();
+    }
+}
+
+std::shared_ptr<SafeOperation> SafeOperation::make(std::shared_ptr<OperationTask> task) {
+    std::shared_ptr<SafeOperation> op(new SafeOperation(std::move(task)));
+    if (op->task_) op->task_->setOperationBridge(op);
+    op->setupOperation();
+    return op;
+}
+
+void SafeOperation::setupOperation() {
+    auto task = this->task();
+    if (!task) return;
+    if (auto* priority = dynamic_cast<const TaskPriority*>(task->priority().get())) {
+        setQueuePriority(priority->queuePriority());
+    }
+    setQualityOfService(bridgeValue(task->qualityOfService()));
+    auto config = configurationOf(*task);
+    setCallBackQueue(config ? config->callbackQueue() : nullptr);
+}
+
+std::weak_ptr<SafeOperation> SafeOperation::weakSelf() {
+    return std::static_pointer_cast<SafeOperation>(weak_from_this().lock());
+}
+
+// ------------------------------------------------------------------ flags
+
+bool SafeOperation::isReady() const {
+    return is(operationState_.load(), kReadyKey);
+}
+bool SafeOperation::isExecuting() const {
+    return is(operationState_.load(), kExecutingKey);
+}
+bool SafeOperation::isFinished() const {
+    return is(operationState_.load(), kFinishedKey);
+}
+bool SafeOperation::isCancelled() const {
+    return is(operationState_.load(), kCancelledKey);
+}
+
+bool SafeOperation::isOperating() const {
+    const TaskState* s = operationState_.load();
+    return !is(s, kReadyKey) && !is(s, kFinishedKey) && !is(s, kCancelledKey);
+}
+
+bool SafeOperation::isInState(const TaskState& state) const {
+    std::unique_lock guard(lock_, std::defer_lock);
+    if (guarded_) guard.lock();
+    return state_.load()->kvoKeyPath() == state.kvoKeyPath();
+}
+
+// ------------------------------------------------------------------ fields
+
+std::shared_ptr<OperationTask> SafeOperation::task() const {
+    std::lock_guard lock(fieldsMutex_);
+    return task_;
+}
+
+void SafeOperation::setTask(std::shared_ptr<OperationTask> task) {
+    std::lock_guard lock(fieldsMutex_);
+    task_ = std::move(task);
+}
+
+SafeOperation::CallBackClosure SafeOperation::callBackClosure() const {
+    std::lock_guard lock(fieldsMutex_);
+    return callBackClosure_;
+}
+
+void SafeOperation::setCallBackClosure(CallBackClosure closure) {
+    std::lock_guard lock(fieldsMutex_);
+    callBackClosure_ = std::move(closure);
+}
+
+std::shared_ptr<OperationQueue> SafeOperation::callBackQueue() const {
+    std::lock_guard lock(fieldsMutex_);
+    return callBackQueue_;
+}
+
+void SafeOperation::setCallBackQueue(std::shared_ptr<OperationQueue> queue) {
+    std::lock_guard lock(fieldsMutex_);
+    callBackQueue_ = std::move(queue);
+}
+
+// ------------------------------------------------------------------ transitions
+
+void SafeOperation::apply(const TaskState& target) {
+    auto keepAlive = weak_from_this().lock();  // queues drop their reference on "isFinished"
+    auto task = this->task();
+    const TaskState* old;
+    const TaskState* effective = &target.canonical();
+    {
+        std::unique_lock guard(lock_, std::defer_lock);
+        if (guarded_) guard.lock();
+        if (operationState_.load() == kFinished) return;  // late hand-over after the end
+        old = state_.load();
+        if ((is(old, kTerminatedKey) && is(effective, kExecutingKey)) ||
+            (is(old, kExecutingKey) && is(effective, kTerminatedKey))) {
+            effective = &OperationStateCanceled::instance();
+        }
+        if (task) task->willChange(*old, *effective);
+        willChangeValue(effective->kvoKeyPath());
+        willChangeValue(old->kvoKeyPath());
+        state_.store(effective);
+        if (dynamic_cast<const OperationState*>(effective)) operationState_.store(effective);
+        didChangeValue(old->kvoKeyPath());
+        didChangeValue(effective->kvoKeyPath());
+        if (isCancelled()) {
+            setCancelledFlag();
+            willChangeValue(kFinishedKey);
+            operationState_.store(kFinished);
+            didChangeValue(kFinishedKey);
+        }
+    }
+    if (task) task->didChange(*old, *effective);
+    if (isFinished()) {
+        stopExpirationTimer();
+        deliverCompletion();
+    }
+}
+
+void SafeOperation::handOver(const TaskState& target) {
+    auto queue = callBackQueue();
+    if (queue && MainRunLoop::isMainThread()) {
+        const TaskState* state = &target.canonical();
+        queue->addOperation([weak = weakSelf(), state] {
+            if (auto self = weak.lock()) self->apply(*state);
+        });
+    } else {
+        apply(target);
+    }
+}
+
+bool SafeOperation::update(const TaskState& state) {
+    const std::string_view key = state.kvoKeyPath();
+    if (key == kFinishedKey || key == kPrematurelyFinishedKey) {
+        if (isReady()) {
+            apply(OperationStatePrematurelyFinished::instance());
+        } else if (isOperating()) {
+            finishingPath();
+        }
+        return true;
+    }
+    if (key == kCancelledKey || key == kTerminatedKey) {
+        cancel();
+        return true;
+    }
+    bool accepted = false;
+    {
+        std::unique_lock guard(lock_, std::defer_lock);
+        if (guarded_) guard.lock();
+        auto task = this->task();
+        accepted = task && task->shouldChange(state);
+    }
+    if (!accepted) return false;
+    handOver(state);
+    return true;
+}
+
+void SafeOperation::start() {
+    if (isInState(OperationStateTerminated::instance())) {
+        dispatchCancel();
+    } else if (isInState(OperationStatePrematurelyFinished::instance())) {
+        finishingPath();
+    } else {
+        armExpirationTimer();
+        apply(OperationStateExecuting::instance());
+    }
+}
+
+void SafeOperation::cancel() {
+    if (isReady()) {
+        apply(OperationStateTerminated::instance());
+    } else if (isOperating()) {
+        dispatchCancel();
+    }
+}
+
+void SafeOperation::finish() {
+    if (isReady()) {
+        apply(OperationStatePrematurelyFinished::instance());
+    } else if (isOperating()) {
+        finishingPath();
+    }
+}
+
+void SafeOperation::finishingPath() {
+    if (auto queue = callBackQueue()) {
+        queue->addOperation([weak = weakSelf()] {
+            if (auto self = weak.lock()) self->apply(OperationStateFinished::instance());
+        });
+    } else {
+        apply(OperationStateFinished::instance());
+    }
+}
+
+void SafeOperation::dispatchCancel() {
+    OVLOG_AT(ovlog::Level::verbose, logModule(), "SafeOperation", "dispatchCancel()",
+             "Operation canceled {}", callStackSymbols());
+    if (auto queue = callBackQueue()) {
+        queue->addOperation([weak = weakSelf()] {
+            if (auto self = weak.lock()) self->apply(OperationStateCanceled::instance());
+        });
+    } else {
+        apply(OperationStateCanceled::instance());
+    }
+}
+
+// ------------------------------------------------------------------ expiration, completion
+
+void SafeOperation::armExpirationTimer() {
+    if (!(expiration_ > 0)) return;
+    auto timer = DispatchSource::makeTimer(expirationQueue());
+    timer->schedule(DispatchTime::now() + expiration_, expiration_, kExpirationLeewayNanoseconds);
+    timer->setEventHandler([weak = weakSelf()] {
+        if (auto self = weak.lock()) self->cancel();
+    });
+    timer->resume();
+    std::shared_ptr<DispatchSource> previous;
+    {
+        std::lock_guard lock(fieldsMutex_);
+        previous = std::exchange(expirationTimer_, std::move(timer));
+    }
+    if (previous) {
+        previous->setEventHandler({});
+        previous->cancel();
+    }
+}
+
+void SafeOperation::stopExpirationTimer() {
+    std::shared_ptr<DispatchSource> timer;
+    {
+        std::lock_guard lock(fieldsMutex_);
+        timer = std::move(expirationTimer_);
+    }
+    if (timer) {
+        timer->setEventHandler({});
+        timer->cancel();
+    }
+}
+
+void SafeOperation::deliverCompletion() {
+    if (completionDelivered_.exchange(true)) return;
+    CallBackClosure closure;
+    std::shared_ptr<OperationQueue> queue;
+    {
+        std::lock_guard lock(fieldsMutex_);
+        closure = callBackClosure_;
+        queue = callBackQueue_;
+    }
+    if (!closure) return;
+    if (queue) {
+        queue->addOperation(BlockOperation::make(std::move(closure)));
+    } else {
+        closure();
+    }
+}
+
+}  // namespace ov

@@ -1,0 +1,128 @@
+// ov::SafeOperation: the operation in which every task of the task framework
+// runs. It wraps one OperationTask, keeps its own state as a TaskState,
+// publishes the platform flags (isReady/isExecuting/isFinished/isCancelled)
+// through key-value observation, optionally arms an expiration timer, and
+// delivers a completion callback on a chosen operation queue.
+//
+//   auto op = ov::SafeOperation::make(task);          // task->operationBridge() == op
+//   op->setCallBackClosure([] { /* ran exactly once, when finished */ });
+//   queue->addOperation(op);
+//   ...
+//   task->change(ov::OperationStateFinished{});       // or op->finish(), op->cancel()
+//
+// States (key paths): Ready "isReady", Executing "isExecuting", Finished
+// "isFinished", Canceled "isCancelled" (these four are the platform flags),
+// Terminated "isTerminated" (cancelled before start) and PrematurelyFinished
+// "isPrematurelyFinished" (finished before start); the last two still look
+// ready to the queue, which starts the operation and sees it end at once.
+//
+// Every transition: lock (when guarded) -> task->willChange(old, new) ->
+// willChange(new key), willChange(old key) -> state := new -> didChange(old
+// key), didChange(new key) -> when the operation is now cancelled, it is
+// finished as well (announced "isFinished") -> unlock -> task->didChange(old,
+// new) -> when finished: stop the expiration timer, deliver the callback.
+// A start racing an early cancel (Terminated -> Executing), or a cancel
+// racing a start (Executing -> Terminated), ends as Canceled.
+//
+// Guarded (the task has no operation configuration, or its isThreadSafe is
+// true; read once, at creation): transitions and state tests take the
+// recursive lock "--safe-operation-recursive-lock". Unguarded: no lock at
+// all, and serialising state changes is the caller's business.
+//
+// Finishing and cancelling are handed to `callBackQueue()` when one is set
+// (holding the operation weakly); a transition that arrives after the
+// operation has finished is dropped. The completion callback runs exactly
+// once: at once on the finishing thread without a callback queue, else as a
+// block operation on it. Expiry (configuration `expiration` > 0 seconds,
+// armed at start on the serial queue "com.orvanta.safeoperation", leeway
+// 0.1 s) behaves like cancel(): a verbose "Operation canceled " line with the
+// call stack, Canceled, Finished, callback.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "OVUtility/Operations/OperationBridge.h"
+#include "OVUtility/Operations/OperationState.h"
+#include "OVUtility/Platform/Operation.h"
+
+namespace ov {
+
+class DispatchSource;
+class OperationQueue;
+class OperationTask;
+
+class SafeOperation : public Operation, public OperationBridge {
+  public:
+    using CallBackClosure = std::function<void()>;
+
+    static constexpr std::string_view kLockName = "--safe-operation-recursive-lock";
+    static constexpr std::string_view kExpirationQueueLabel = "com.orvanta.safeoperation";
+    static constexpr long long kExpirationLeewayNanoseconds = 100'000'000;
+
+    // Wraps `task`: sets its operation bridge to the new operation, copies its
+    // priority (when it is a TaskPriority) and quality of service, and takes
+    // the callback queue from its operation configuration.
+    static std::shared_ptr<SafeOperation> make(std::shared_ptr<OperationTask> task);
+    SafeOperation() = delete;  // an operation always carries a task
+
+    bool isAsynchronous() const override { return async_; }
+    bool isReady() const override;
+    bool isExecuting() const override;
+    bool isFinished() const override;
+    bool isCancelled() const override;
+
+    // OperationBridge
+    std::shared_ptr<OperationTask> task() const override;
+    bool isOperating() const override;
+    bool isInState(const TaskState& state) const override;
+    bool update(const TaskState& state) override;
+
+    void setTask(std::shared_ptr<OperationTask> task);
+
+    void start() override;
+    void cancel() override;
+    void finish();
+
+    CallBackClosure callBackClosure() const;
+    void setCallBackClosure(CallBackClosure closure);
+    std::shared_ptr<OperationQueue> callBackQueue() const;
+    void setCallBackQueue(std::shared_ptr<OperationQueue> queue);
+
+    // Whether transitions take the lock (fixed at creation).
+    bool isGuarded() const { return guarded_; }
+
+  protected:
+    explicit SafeOperation(std::shared_ptr<OperationTask> task);
+    // Copies priority, quality of service and callback queue from the task.
+    virtual void setupOperation();
+
+  private:
+    void apply(const TaskState& target);
+    void handOver(const TaskState& target);
+    void finishingPath();
+    void dispatchCancel();
+    void armExpirationTimer();
+    void stopExpirationTimer();
+    void deliverCompletion();
+    std::weak_ptr<SafeOperation> weakSelf();
+
+    std::atomic<const TaskState*> state_;
+    std::atomic<const TaskState*> operationState_;
+    mutable std::recursive_mutex lock_;
+    bool guarded_ = true;
+    bool async_ = true;
+    double expiration_ = 0;
+    std::atomic<bool> completionDelivered_{false};
+
+    mutable std::mutex fieldsMutex_;  // guards the members below
+    std::shared_ptr<DispatchSource> expirationTimer_;
+    CallBackClosure callBackClosure_;
+    std::shared_ptr<OperationQueue> callBackQueue_;
+    std::shared_ptr<OperationTask> task_;
+};
+
+}  // namespace ov

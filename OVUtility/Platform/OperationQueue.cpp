@@ -1,0 +1,389 @@
+#include "OVUtility/Platform/OperationQueue.h"
+
+#include <algorithm>
+
+#include "OVLog/OVLog.h"
+#include "OVUtility/Platform/MainRunLoop.h"
+
+namespace ov {
+
+namespace {
+
+ovlog::Module& logModule() {
+    static ovlog::Module& module = ovlog::Module::named("OVUtility");
+    return module;
+}
+
+// The queue and operation that the calling thread is running, if any.
+struct RunnerFrame {
+    OperationQueue* queue = nullptr;
+    Operation* operation = nullptr;
+};
+thread_local RunnerFrame tRunner;
+
+int levelIndex(int queuePriority) {
+    return (Operation::normalizedQueuePriority(queuePriority) + 8) / 4;
+}
+
+}  // namespace
+
+OperationQueue::OperationQueue(Tag) {}
+
+OperationQueue::~OperationQueue() = default;
+
+std::shared_ptr<OperationQueue> OperationQueue::make(std::optional<std::string> name) {
+    auto queue = std::make_shared<OperationQueue>(Tag{});
+    queue->name_ = std::move(name);
+    return queue;
+}
+
+std::shared_ptr<OperationQueue> OperationQueue::main() {
+    // Created once and never destroyed: operations may be finishing on it at exit.
+    static auto* instance = [] {
+        auto queue = std::make_shared<OperationQueue>(Tag{});
+        queue->name_ = "main";
+        queue->maxConcurrent_ = 1;
+        queue->qos_ = QualityOfService::userInteractive;
+        queue->underlying_ = DispatchQueue::main();
+        queue->isMainQueue_ = true;
+        return new std::shared_ptr<OperationQueue>(std::move(queue));
+    }();
+    return *instance;
+}
+
+std::shared_ptr<OperationQueue> OperationQueue::current() {
+    if (tRunner.queue) return tRunner.queue->shared_from_this();
+    if (MainRunLoop::isMainThread()) return main();
+    return nullptr;
+}
+
+// ------------------------------------------------------------------ properties
+
+std::vector<std::shared_ptr<Operation>> OperationQueue::operations() const {
+    std::lock_guard lock(mutex_);
+    std::vector<std::shared_ptr<Operation>> all;
+    all.reserve(count_);
+    for (Operation* op = head_; op; op = op->next_) all.push_back(op->queueRef_);
+    return all;
+}
+
+std::size_t OperationQueue::operationCount() const {
+    std::lock_guard lock(mutex_);
+    return count_;
+}
+
+int OperationQueue::maxConcurrentOperationCount() const {
+    std::lock_guard lock(mutex_);
+    return maxConcurrent_;
+}
+
+void OperationQueue::setMaxConcurrentOperationCount(int count) {
+    if (count < defaultMaxConcurrentOperationCount) {
+        OVLOG_ERROR(logModule(), "OperationQueue: invalid maxConcurrentOperationCount {} ignored",
+                    count);
+        return;
+    }
+    {
+        std::lock_guard lock(mutex_);
+        if (isMainQueue_) {
+            OVLOG_ERROR(logModule(), "OperationQueue: the main queue stays serial");
+            return;
+        }
+        maxConcurrent_ = count;
+    }
+    pump();
+}
+
+bool OperationQueue::isSuspended() const {
+    std::lock_guard lock(mutex_);
+    return suspended_;
+}
+
+void OperationQueue::setSuspended(bool suspended) {
+    {
+        std::lock_guard lock(mutex_);
+        suspended_ = suspended;
+    }
+    if (!suspended) pump();
+}
+
+std::optional<std::string> OperationQueue::name() const {
+    std::lock_guard lock(mutex_);
+    return name_;
+}
+
+void OperationQueue::setName(std::optional<std::string> name) {
+    std::lock_guard lock(mutex_);
+    name_ = std::move(name);
+}
+
+QualityOfService OperationQueue::qualityOfService() const {
+    std::lock_guard lock(mutex_);
+    return qos_;
+}
+
+void OperationQueue::setQualityOfService(QualityOfService qos) {
+    std::lock_guard lock(mutex_);
+    qos_ = qos;
+}
+
+std::shared_ptr<DispatchQueue> OperationQueue::underlyingQueue() const {
+    std::lock_guard lock(mutex_);
+    return underlying_;
+}
+
+void OperationQueue::setUnderlyingQueue(std::shared_ptr<DispatchQueue> queue) {
+    std::lock_guard lock(mutex_);
+    if (isMainQueue_) {
+        OVLOG_ERROR(logModule(), "OperationQueue: the main queue's underlying queue is fixed");
+        return;
+    }
+    underlying_ = std::move(queue);
+}
+
+// ------------------------------------------------------------------ scheduling
+
+int OperationQueue::effectiveMaxLocked() const {
+    return maxConcurrent_ < 0 ? kDefaultConcurrency : maxConcurrent_;
+}
+
+bool OperationQueue::canStartLocked() const {
+    return !suspended_ && pendingCount_ > 0 && running_ < effectiveMaxLocked();
+}
+
+void OperationQueue::pushPendingLocked(Operation* op, bool front) {
+    int level = levelIndex(op->queuePriority());
+    op->membership_ = Operation::Membership::pending;
+    if (front) {
+        op->pendingNext_ = pendingHead_[level];
+        pendingHead_[level] = op;
+        if (!pendingTail_[level]) pendingTail_[level] = op;
+    } else {
+        op->pendingNext_ = nullptr;
+        if (pendingTail_[level]) {
+            pendingTail_[level]->pendingNext_ = op;
+        } else {
+            pendingHead_[level] = op;
+        }
+        pendingTail_[level] = op;
+    }
+    ++pendingCount_;
+}
+
+Operation* OperationQueue::popPendingLocked(std::vector<std::shared_ptr<Operation>>& drops) {
+    for (int level = kLevels - 1; level >= 0; --level) {
+        while (Operation* op = pendingHead_[level]) {
+            pendingHead_[level] = op->pendingNext_;
+            if (!pendingHead_[level]) pendingTail_[level] = nullptr;
+            op->pendingNext_ = nullptr;
+            --pendingCount_;
+            if (op->membership_ == Operation::Membership::removedWhilePending) {
+                // Finished before it was started (e.g. started by hand): drop it.
+                op->membership_ = Operation::Membership::none;
+                drops.push_back(std::move(op->queueRef_));
+                continue;
+            }
+            return op;
+        }
+    }
+    return nullptr;
+}
+
+std::shared_ptr<DispatchQueue> OperationQueue::targetQueueLocked() const {
+    if (underlying_) return underlying_;
+    return DispatchQueue::global(
+        qos_ == QualityOfService::unspecified ? QualityOfService::defaultQoS : qos_);
+}
+
+void OperationQueue::collectStartableLocked(std::vector<std::shared_ptr<Operation>>& out,
+                                            std::vector<std::shared_ptr<Operation>>& drops) {
+    while (canStartLocked()) {
+        Operation* op = popPendingLocked(drops);
+        if (!op) break;
+        op->membership_ = Operation::Membership::running;
+        ++running_;
+        out.push_back(op->queueRef_);
+    }
+}
+
+void OperationQueue::addOperation(std::function<void()> block) {
+    addOperation(BlockOperation::make(std::move(block)));
+}
+
+void OperationQueue::addOperation(std::shared_ptr<Operation> op) {
+    if (!op) return;
+    if (op->isFinished() || op->isExecuting()) {
+        OVLOG_ERROR(logModule(), "OperationQueue: operation '{}' already ran; not added",
+                    op->name());
+        return;
+    }
+    if (op->everQueued_.exchange(true, std::memory_order_acq_rel)) {
+        OVLOG_ERROR(logModule(), "OperationQueue: operation '{}' was already added to a queue",
+                    op->name());
+        return;
+    }
+    std::vector<std::shared_ptr<Operation>> toRun;
+    std::vector<std::shared_ptr<Operation>> drops;
+    std::shared_ptr<DispatchQueue> target;
+    {
+        std::lock_guard lock(mutex_);
+        Operation* raw = op.get();
+        raw->queueRef_ = std::move(op);
+        raw->prev_ = tail_;
+        raw->next_ = nullptr;
+        if (tail_) {
+            tail_->next_ = raw;
+        } else {
+            head_ = raw;
+        }
+        tail_ = raw;
+        if (count_++ == 0 && !isMainQueue_) keepAlive_ = weak_from_this().lock();
+        raw->queue_.store(this, std::memory_order_release);
+        pushPendingLocked(raw, /*front=*/false);
+        collectStartableLocked(toRun, drops);
+        if (!toRun.empty()) target = targetQueueLocked();
+    }
+    for (auto& next : toRun) dispatchRunner(std::move(next), target);
+}
+
+void OperationQueue::pump() {
+    std::vector<std::shared_ptr<Operation>> toRun;
+    std::vector<std::shared_ptr<Operation>> drops;
+    std::shared_ptr<DispatchQueue> target;
+    {
+        std::lock_guard lock(mutex_);
+        collectStartableLocked(toRun, drops);
+        if (!toRun.empty()) target = targetQueueLocked();
+    }
+    for (auto& next : toRun) dispatchRunner(std::move(next), target);
+}
+
+void OperationQueue::dispatchRunner(std::shared_ptr<Operation> op,
+                                    std::shared_ptr<DispatchQueue> target) {
+    target->async([self = shared_from_this(), op = std::move(op)]() mutable {
+        self->runLoop(std::move(op));
+    });
+}
+
+void OperationQueue::runLoop(std::shared_ptr<Operation> op) {
+    const RunnerFrame saved = tRunner;
+    int ran = 0;
+    std::vector<std::shared_ptr<Operation>> drops;
+    while (op) {
+        if (!op->isReady()) {
+            // Park it until it announces "isReady", then look again in case it
+            // became ready before it was parked.
+            Operation* raw = op.get();
+            {
+                std::lock_guard lock(mutex_);
+                --running_;
+                raw->membership_ = Operation::Membership::notReady;
+                notReady_.push_back(raw);
+            }
+            operationDidBecomeReady(raw);
+        } else {
+            tRunner = RunnerFrame{this, op.get()};
+            op->start();
+            tRunner = saved;
+            ++ran;
+        }
+        op.reset();
+
+        std::shared_ptr<DispatchQueue> target;
+        {
+            std::lock_guard lock(mutex_);
+            if (canStartLocked()) {
+                if (Operation* next = popPendingLocked(drops)) {
+                    next->membership_ = Operation::Membership::running;
+                    ++running_;
+                    op = next->queueRef_;
+                    // Hand the rest to a fresh block now and then, so that a
+                    // shared underlying queue (the main queue) gets to run other work.
+                    if (ran >= kDrainBatch) target = targetQueueLocked();
+                }
+            }
+        }
+        drops.clear();
+        if (target) {
+            dispatchRunner(std::move(op), std::move(target));
+            return;
+        }
+    }
+}
+
+void OperationQueue::operationDidFinish(Operation* op) {
+    std::shared_ptr<Operation> release;
+    std::shared_ptr<OperationQueue> dropSelf;
+    bool startMore = false;
+    {
+        std::lock_guard lock(mutex_);
+        if (op->prev_) {
+            op->prev_->next_ = op->next_;
+        } else {
+            head_ = op->next_;
+        }
+        if (op->next_) {
+            op->next_->prev_ = op->prev_;
+        } else {
+            tail_ = op->prev_;
+        }
+        op->prev_ = op->next_ = nullptr;
+        switch (op->membership_) {
+            case Operation::Membership::running:
+                --running_;
+                // The runner that is starting this operation takes the next one
+                // itself when start() returns; anyone else frees the slot here.
+                startMore = !(tRunner.queue == this && tRunner.operation == op);
+                op->membership_ = Operation::Membership::none;
+                release = std::move(op->queueRef_);
+                break;
+            case Operation::Membership::pending:
+                op->membership_ = Operation::Membership::removedWhilePending;
+                break;
+            case Operation::Membership::notReady:
+                notReady_.erase(std::find(notReady_.begin(), notReady_.end(), op));
+                op->membership_ = Operation::Membership::none;
+                release = std::move(op->queueRef_);
+                break;
+            default:
+                break;
+        }
+        if (--count_ == 0) {
+            if (waiters_ > 0) idle_.notify_all();
+            dropSelf = std::move(keepAlive_);
+        }
+    }
+    if (startMore) pump();
+}
+
+void OperationQueue::operationDidBecomeReady(Operation* op) {
+    if (!op->isReady()) return;
+    {
+        std::lock_guard lock(mutex_);
+        if (op->membership_ != Operation::Membership::notReady) return;
+        notReady_.erase(std::find(notReady_.begin(), notReady_.end(), op));
+        pushPendingLocked(op, /*front=*/false);
+    }
+    pump();
+}
+
+// ------------------------------------------------------------------ bulk
+
+void OperationQueue::cancelAllOperations() {
+    for (auto& op : operations()) op->cancel();
+}
+
+void OperationQueue::waitUntilAllOperationsAreFinished() {
+    if (tRunner.queue == this) {
+        OVLOG_ERROR(logModule(),
+                    "OperationQueue: waitUntilAllOperationsAreFinished called from one of its "
+                    "own operations; returning instead of deadlocking");
+        return;
+    }
+    std::unique_lock lock(mutex_);
+    ++waiters_;
+    idle_.wait(lock, [this] { return count_ == 0; });
+    --waiters_;
+}
+
+}  // namespace ov

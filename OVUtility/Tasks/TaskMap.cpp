@@ -1,0 +1,57 @@
+#include "OVUtility/Tasks/TaskMap.h"
+
+#include "OVUtility/Tasks/TaskCompletable.h"
+
+namespace ov {
+
+void TaskMap::index(std::shared_ptr<TaskIndexable> task) {
+    if (!task) return;
+    std::string id = task->taskId();
+    map_[std::move(id)] = std::move(task);
+}
+
+std::shared_ptr<TaskIndexable> TaskMap::indexedTask(const std::string& indexId) const {
+    auto it = map_.find(indexId);
+    if (it == map_.end() || !it->second->canBeIndexed()) return nullptr;
+    return it->second;
+}
+
+bool TaskMap::isIndexed(const std::string& indexId) const {
+    return indexedTask(indexId) != nullptr;
+}
+
+void TaskMap::deIndex(const std::string& indexId) {
+    map_.erase(indexId);
+}
+
+bool TaskMap::canIndex(const std::shared_ptr<TaskIndexable>& task) {
+    if (!task) return false;
+    auto existing = indexedTask(task->taskId());
+    if (!existing) return true;
+
+    auto newExclusive = std::dynamic_pointer_cast<TaskExclusible>(task);
+    auto oldExclusive = std::dynamic_pointer_cast<TaskExclusible>(existing);
+    if (newExclusive && oldExclusive) {
+        auto a = newExclusive->exclusiveId();
+        auto b = oldExclusive->exclusiveId();
+        if (a && b && *a == *b) return false;
+    }
+
+    if (task->taskId() != existing->taskId()) return true;
+
+    auto newDuplicable = std::dynamic_pointer_cast<TaskDuplicable>(task);
+    if (!newDuplicable) return false;
+    if (auto oldDuplicable = std::dynamic_pointer_cast<TaskDuplicable>(existing)) {
+        oldDuplicable->processDuplicateTask(newDuplicable);
+    }
+    return false;
+}
+
+std::vector<std::shared_ptr<TaskIndexable>> TaskMap::allIndexedTasks() const {
+    std::vector<std::shared_ptr<TaskIndexable>> all;
+    all.reserve(map_.size());
+    for (const auto& [id, task] : map_) all.push_back(task);
+    return all;
+}
+
+}  // namespace ov

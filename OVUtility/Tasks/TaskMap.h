@@ -1,0 +1,41 @@
+// ov::TaskMap: the task manager's TaskIndexer, a map from taskId to task
+// (holding the tasks strongly).
+//
+// Rules:
+// - `index` replaces an entry with the same id.
+// - Lookups (`indexedTask`, `isIndexed`) ignore a task whose canBeIndexed()
+//   is false, although its entry stays in the map.
+// - `canIndex(new)`: true when no visible task has new's id; false when both
+//   are TaskExclusible with equal non-empty exclusive ids; true when the ids
+//   differ; otherwise a duplicate: refused, and when both are TaskDuplicable
+//   the newcomer is first handed to the registered task
+//   (`processDuplicateTask`). Exclusivity is thus only checked between tasks
+//   that share an id.
+// - `allIndexedTasks` lists entries in the map's own (unspecified) order.
+// No lock: the task manager calls it from its serial queue only.
+#pragma once
+
+#include <unordered_map>
+
+#include "OVUtility/Tasks/TaskIndexer.h"
+
+namespace ov {
+
+class TaskMap : public TaskIndexer {
+  public:
+    void index(std::shared_ptr<TaskIndexable> task) override;
+    std::shared_ptr<TaskIndexable> indexedTask(const std::string& indexId) const override;
+    bool isIndexed(const std::string& indexId) const override;
+    void deIndex(const std::string& indexId) override;
+    bool canIndex(const std::shared_ptr<TaskIndexable>& task) override;
+    std::vector<std::shared_ptr<TaskIndexable>> allIndexedTasks() const override;
+
+    const std::unordered_map<std::string, std::shared_ptr<TaskIndexable>>& map() const {
+        return map_;
+    }
+
+  private:
+    std::unordered_map<std::string, std::shared_ptr<TaskIndexable>> map_;
+};
+
+}  // namespace ov
