@@ -1,0 +1,158 @@
+#include "OVUtility/Platform/StringFormat.h"
+
+#include <map>
+#include <optional>
+
+#include <fmt/printf.h>
+
+namespace ov {
+
+namespace {
+
+// One conversion specification found in a format.
+struct Spec {
+    size_t begin = 0;             // offset of '%'
+    size_t end = 0;               // one past the conversion character
+    std::optional<int> position;  // 1-based, for "%N$"
+    std::string flags;
+    std::string width;
+    std::string precision;  // including the '.'
+    char conversion = 0;
+};
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// Parses the specification starting at format[i] == '%'. Returns no value
+// when it is not a conversion we understand (copied literally then).
+std::optional<Spec> parseSpec(std::string_view format, size_t i) {
+    Spec spec;
+    spec.begin = i;
+    size_t p = i + 1;
+    // Positional "N$".
+    size_t digits = p;
+    while (digits < format.size() && isDigit(format[digits])) ++digits;
+    if (digits > p && digits < format.size() && format[digits] == '$') {
+        int n = 0;
+        for (size_t k = p; k < digits && n < 100000; ++k) n = n * 10 + (format[k] - '0');
+        if (n == 0 || n > 99) return std::nullopt;
+        spec.position = n;
+        p = digits + 1;
+    }
+    while (p < format.size() &&
+           std::string_view("-+ #0'").find(format[p]) != std::string_view::npos) {
+        if (format[p] != '\'') spec.flags.push_back(format[p]);
+        ++p;
+    }
+    while (p < format.size() && isDigit(format[p]) && spec.width.size() < 4)
+        spec.width.push_back(format[p++]);
+    if (p < format.size() && format[p] == '.') {
+        spec.precision.push_back('.');
+        ++p;
+        while (p < format.size() && isDigit(format[p]) && spec.precision.size() < 5)
+            spec.precision.push_back(format[p++]);
+    }
+    while (p < format.size() &&
+           std::string_view("hlqztjL").find(format[p]) != std::string_view::npos)
+        ++p;
+    if (p >= format.size()) return std::nullopt;
+    char c = format[p];
+    if (std::string_view("@sdiuxXocfeEgG").find(c) == std::string_view::npos) return std::nullopt;
+    spec.conversion = c;
+    spec.end = p + 1;
+    return spec;
+}
+
+bool takesText(char conversion) {
+    return conversion == '@' || conversion == 's';
+}
+
+std::string render(const Spec& spec, const FormatArgument& argument) {
+    std::string printfSpec = "%" + spec.flags + spec.width + spec.precision;
+    if (takesText(spec.conversion)) {
+        std::string text = argument.text() ? *argument.text() : std::to_string(*argument.integer());
+        if (spec.flags.empty() && spec.width.empty() && spec.precision.empty()) return text;
+        return fmt::sprintf(printfSpec + "s", text);
+    }
+    if (const std::string* text = argument.text()) return *text;
+    long long value = *argument.integer();
+    switch (spec.conversion) {
+        case 'f':
+        case 'e':
+        case 'E':
+        case 'g':
+        case 'G':
+            return fmt::sprintf(printfSpec + spec.conversion, static_cast<double>(value));
+        case 'c':
+            return fmt::sprintf(printfSpec + "c", static_cast<char>(value));
+        case 'u':
+        case 'x':
+        case 'X':
+        case 'o':
+            return fmt::sprintf(printfSpec + spec.conversion,
+                                static_cast<unsigned long long>(value));
+        default:
+            return fmt::sprintf(printfSpec + "d", value);
+    }
+}
+
+}  // namespace
+
+std::string formatString(std::string_view format, const std::vector<FormatArgument>& arguments) {
+    std::string out;
+    out.reserve(format.size() + 16);
+    size_t next = 0;  // next sequential argument
+    size_t i = 0;
+    while (i < format.size()) {
+        char c = format[i];
+        if (c != '%') {
+            out.push_back(c);
+            ++i;
+            continue;
+        }
+        if (i + 1 < format.size() && format[i + 1] == '%') {
+            out.push_back('%');
+            i += 2;
+            continue;
+        }
+        auto spec = parseSpec(format, i);
+        if (!spec) {
+            out.push_back('%');
+            ++i;
+            continue;
+        }
+        size_t index = spec->position ? static_cast<size_t>(*spec->position - 1) : next++;
+        if (index < arguments.size()) out += render(*spec, arguments[index]);
+        i = spec->end;
+    }
+    return out;
+}
+
+std::vector<std::string> formatPlaceholders(std::string_view format) {
+    std::map<int, std::string> positional;
+    std::vector<std::string> sequential;
+    for (size_t i = 0; i < format.size(); ++i) {
+        if (format[i] != '%') continue;
+        if (i + 1 < format.size() && format[i + 1] == '%') {
+            ++i;
+            continue;
+        }
+        auto spec = parseSpec(format, i);
+        if (!spec) continue;
+        std::string kind = takesText(spec->conversion) ? "@" : "d";
+        if (spec->position) {
+            positional[*spec->position] = kind;
+        } else {
+            sequential.push_back(kind);
+        }
+        i = spec->end - 1;
+    }
+    for (const auto& [position, kind] : positional) {
+        if (static_cast<size_t>(position) > sequential.size()) sequential.resize(position);
+        sequential[position - 1] = kind;
+    }
+    return sequential;
+}
+
+}  // namespace ov
