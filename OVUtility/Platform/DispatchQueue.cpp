@@ -203,6 +203,7 @@ void DispatchQueue::asyncAfter(DispatchTime deadline, DispatchBlock block) {
 void DispatchQueue::suspend() {
     std::lock_guard lock(state_->mutex);
     ++state_->suspendCount;
+    if (state_->concurrent) state_->updateSlowLocked();
 }
 
 void DispatchQueue::resume() {
@@ -212,7 +213,9 @@ void DispatchQueue::resume() {
         std::lock_guard lock(state_->mutex);
         if (state_->suspendCount == 0)
             fatal("DispatchQueue::resume: queue \"" + state_->label + "\" is not suspended");
-        if (--state_->suspendCount > 0 || state_->items.empty()) return;
+        --state_->suspendCount;
+        if (state_->concurrent) state_->updateSlowLocked();
+        if (state_->suspendCount > 0 || state_->items.empty()) return;
         if (state_->main) {
             state_->mainWake.notify_all();
             return;
@@ -285,6 +288,10 @@ void DispatchQueueAccess::enqueue(DispatchQueue& q, Item item) {
     bool serialSubmit = false;
     {
         std::lock_guard lock(s.mutex);
+        if (item.barrier) {
+            ++s.pendingBarriers;
+            s.updateSlowLocked();
+        }
         s.items.push_back(std::move(item));
         if (s.main) {
             s.mainWake.notify_one();
@@ -307,7 +314,7 @@ void DispatchQueueAccess::enqueue(DispatchQueue& q, Item item) {
 // for the blocks that could start now.
 int DispatchQueueAccess::wantDrainersLocked(DispatchQueue::State& s) {
     if (s.suspendCount > 0 || s.items.empty() || s.barrierActive) return 0;
-    if (s.items.front().barrier && s.running > 0) return 0;
+    if (s.items.front().barrier && (s.running > 0 || s.fastReaderCount() > 0)) return 0;
     int wanted = static_cast<int>(std::min<size_t>(s.items.size(), kMaxPendingDrainers));
     if (s.pendingDrainers >= wanted) return 0;
     if (!s.keepAlive && s.owner) s.keepAlive = s.owner->shared_from_this();
@@ -389,8 +396,11 @@ void DispatchQueueAccess::drainConcurrent(DispatchQueue& q) {
         if (s.suspendCount > 0 || s.items.empty() || s.barrierActive) break;
         bool barrier = s.items.front().barrier;
         if (barrier) {
-            if (s.running > 0) break;  // the last running block picks it up
+            // The last running block (or lock-free reader) picks it up.
+            if (s.running > 0 || s.fastReaderCount() > 0) break;
             s.barrierActive = true;
+            --s.pendingBarriers;
+            s.updateSlowLocked();
         } else {
             ++s.running;
         }
@@ -412,6 +422,7 @@ void DispatchQueueAccess::drainConcurrent(DispatchQueue& q) {
         if (!item.waiter) {
             if (barrier) {
                 s.barrierActive = false;
+                s.updateSlowLocked();
             } else {
                 --s.running;
             }
@@ -444,17 +455,41 @@ DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
     bool wait = false;
     int submit = 0;
     bool serialSubmit = false;
-    {
+    if (s.concurrent && !barrier && !nestedRead_) {
+        // Uncontended readers get in without the mutex.
+        uint64_t current = s.fastReaders.load(std::memory_order_relaxed);
+        while (!(current & State::kSlow)) {
+            if (s.fastReaders.compare_exchange_weak(current, current + 1,
+                                                    std::memory_order_acquire)) {
+                fastRead_ = true;
+                break;
+            }
+        }
+    }
+    if (!fastRead_) {
         std::lock_guard lock(s.mutex);
         if (s.concurrent) {
-            if (nestedRead_ || (s.suspendCount == 0 && !s.barrierActive && s.items.empty() &&
-                                (!barrier || s.running == 0))) {
-                if (barrier) {
-                    s.barrierActive = true;
-                } else {
-                    ++s.running;
+            if (nestedRead_ ||
+                (!barrier && s.suspendCount == 0 && !s.barrierActive && s.pendingBarriers == 0)) {
+                ++s.running;
+            } else if (barrier && s.suspendCount == 0 && !s.barrierActive &&
+                       s.pendingBarriers == 0 && s.running == 0 && s.items.empty()) {
+                s.barrierActive = true;
+                s.updateSlowLocked();  // no new lock-free readers from here on
+                if (s.fastReaderCount() > 0) {
+                    // Readers still inside: wait in line; the last one to
+                    // leave starts us.
+                    s.barrierActive = false;
+                    ++s.pendingBarriers;
+                    s.updateSlowLocked();
+                    s.items.push_back(Item{nullptr, &waiter, true});
+                    wait = true;
                 }
             } else {
+                if (barrier) {
+                    ++s.pendingBarriers;
+                    s.updateSlowLocked();
+                }
                 s.items.push_back(Item{nullptr, &waiter, barrier});
                 submit = DispatchQueueAccess::wantDrainersLocked(s);
                 wait = true;
@@ -490,11 +525,19 @@ DispatchQueue::SyncScope::~SyncScope() {
     int submit = 0;
     bool serialSubmit = false;
     std::shared_ptr<DispatchQueue> keepAlive;
-    {
+    if (fastRead_) {
+        uint64_t before = s.fastReaders.fetch_sub(1, std::memory_order_acq_rel);
+        if ((before & State::kSlow) && (before & ~State::kSlow) == 1) {
+            // Last lock-free reader out while a barrier waits: let it start.
+            std::lock_guard lock(s.mutex);
+            submit = DispatchQueueAccess::wantDrainersLocked(s);
+        }
+    } else {
         std::lock_guard lock(s.mutex);
         if (s.concurrent) {
             if (barrier_) {
                 s.barrierActive = false;
+                s.updateSlowLocked();
             } else {
                 --s.running;
             }

@@ -2,7 +2,9 @@
 // per-thread stack of queues being run. Not part of the public interface.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -78,6 +80,25 @@ struct DispatchQueue::State {
     bool barrierActive = false;
     int pendingDrainers = 0;
     int activeDrainers = 0;
+    int pendingBarriers = 0;  // barrier items (blocks or sync callers) waiting in `items`
+    // Lock-free reader admission for `sync` on a concurrent queue: the low
+    // bits count readers that entered without the mutex; kSlow is set while a
+    // barrier is waiting or running or the queue is suspended, and then
+    // readers take the mutex path. A barrier starts only when both `running`
+    // and this count are zero; the last lock-free reader to leave while kSlow
+    // is set re-examines the queue.
+    static constexpr uint64_t kSlow = 1ull << 63;
+    std::atomic<uint64_t> fastReaders{0};
+
+    uint64_t fastReaderCount() const { return fastReaders.load() & ~kSlow; }
+    // Called with the mutex held after any change to the conditions below.
+    void updateSlowLocked() {
+        if (suspendCount > 0 || barrierActive || pendingBarriers > 0) {
+            fastReaders.fetch_or(kSlow);
+        } else {
+            fastReaders.fetch_and(~kSlow);
+        }
+    }
     // Keeps the queue alive while it has work scheduled, as a queue is
     // retained by its pending blocks.
     std::shared_ptr<DispatchQueue> keepAlive;
