@@ -37,7 +37,7 @@ class Boxable {
     // Only an actual optional selects this overload, so `make("text")` stays
     // unambiguous.
     template <typename Opt>
-        requires std::same_as<std::remove_cvref_t<Opt>, std::optional<Boxed>>
+    requires std::same_as<std::remove_cvref_t<Opt>, std::optional<Boxed>>
     static std::optional<Self> make(Opt&& boxed) {
         if (!boxed) return std::nullopt;
         return Self(*std::forward<Opt>(boxed));
@@ -66,7 +66,7 @@ class Box : public Boxable<Box<T>, T> {
     }
     // None gives an empty pointer.
     template <typename Opt>
-        requires std::same_as<std::remove_cvref_t<Opt>, std::optional<T>>
+    requires std::same_as<std::remove_cvref_t<Opt>, std::optional<T>>
     static std::shared_ptr<Box> make(Opt&& rawValue) {
         if (!rawValue) return nullptr;
         return std::make_shared<Box>(*std::forward<Opt>(rawValue));
