@@ -31,4 +31,24 @@ struct VerbRegistration {
 // Directory of the sample data that ships with the project.
 std::string dataDirectory();
 
+// `ovutil demo` runs every registered section in order; each subsystem adds
+// its own section in its own file:
+//   static ovutil::DemoSectionRegistration section{20, "Task scheduler", &runSchedulerDemo};
+struct DemoSection {
+    int order;
+    std::string title;
+    std::function<void()> run;
+};
+
+std::vector<DemoSection>& demoSections();
+
+struct DemoSectionRegistration {
+    DemoSectionRegistration(int order, std::string title, std::function<void()> run) {
+        demoSections().push_back(DemoSection{order, std::move(title), std::move(run)});
+    }
+};
+
+// Prints one demo timeline line: "[  12.3 ms] text", time since the demo began.
+void demoLine(const std::string& text);
+
 }  // namespace ovutil
