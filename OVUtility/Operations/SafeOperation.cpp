@@ -8,7 +8,6 @@
 #include "OVLog/OVLog.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
 #include "OVUtility/Platform/DispatchQueue.h"
-#include "OVUtility/Platform/DispatchSource.h"
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/OperationTask.h"
@@ -290,33 +289,25 @@ void SafeOperation::dispatchCancel() {
 
 void SafeOperation::armExpirationTimer() {
     if (!(expiration_ > 0)) return;
-    auto timer = DispatchSource::makeTimer(expirationQueue());
-    timer->schedule(DispatchTime::now() + expiration_, expiration_, kExpirationLeewayNanoseconds);
-    timer->setEventHandler([weak = weakSelf()] {
-        if (auto self = weak.lock()) self->cancel();
-    });
-    timer->resume();
-    std::shared_ptr<DispatchSource> previous;
+    auto timer = timeSchedulerFactory_.makeTimer(expiration_, expirationQueue(),
+                                                 kExpirationLeewayNanoseconds, [weak = weakSelf()] {
+                                                     if (auto self = weak.lock()) self->cancel();
+                                                 });
+    std::shared_ptr<BlockTimer> previous;
     {
         std::lock_guard lock(fieldsMutex_);
         previous = std::exchange(expirationTimer_, std::move(timer));
     }
-    if (previous) {
-        previous->setEventHandler({});
-        previous->cancel();
-    }
+    if (previous) previous->invalidate();
 }
 
 void SafeOperation::stopExpirationTimer() {
-    std::shared_ptr<DispatchSource> timer;
+    std::shared_ptr<BlockTimer> timer;
     {
         std::lock_guard lock(fieldsMutex_);
         timer = std::move(expirationTimer_);
     }
-    if (timer) {
-        timer->setEventHandler({});
-        timer->cancel();
-    }
+    if (timer) timer->invalidate();
 }
 
 void SafeOperation::deliverCompletion() {

@@ -45,13 +45,13 @@
 #include <mutex>
 #include <string_view>
 
+#include "OVUtility/Concurrency/DispatchTimerFactory.h"
 #include "OVUtility/Operations/OperationBridge.h"
 #include "OVUtility/Operations/OperationState.h"
 #include "OVUtility/Platform/Operation.h"
 
 namespace ov {
 
-class DispatchSource;
 class OperationQueue;
 class OperationTask;
 
@@ -117,9 +117,10 @@ class SafeOperation : public Operation, public OperationBridge {
     bool async_ = true;
     double expiration_ = 0;
     std::atomic<bool> completionDelivered_{false};
+    DispatchTimerFactory timeSchedulerFactory_;
 
     mutable std::mutex fieldsMutex_;  // guards the members below
-    std::shared_ptr<DispatchSource> expirationTimer_;
+    std::shared_ptr<BlockTimer> expirationTimer_;
     CallBackClosure callBackClosure_;
     std::shared_ptr<OperationQueue> callBackQueue_;
     std::shared_ptr<OperationTask> task_;
