@@ -10,3 +10,8 @@ pkg_check_modules(OV_FREETYPE REQUIRED IMPORTED_TARGET freetype2)
 pkg_check_modules(OV_FONTCONFIG REQUIRED IMPORTED_TARGET fontconfig)
 target_link_libraries(OVUtility PRIVATE
   PkgConfig::OV_HARFBUZZ PkgConfig::OV_FREETYPE PkgConfig::OV_FONTCONFIG)
+
+# URL parsing (RFC 3986) for the URL additions: liburiparser, through its
+# own CMake package.
+find_package(uriparser 0.9 CONFIG REQUIRED)
+target_link_libraries(OVUtility PRIVATE uriparser::uriparser)
