@@ -1,0 +1,229 @@
+#include "OVUtility/Features/ProductFeatureController.h"
+
+#include <gtest/gtest.h>
+
+#include "FeatureTestSupport.h"
+#include "OVLog/CaptureSink.h"
+#include "OVUtility/Features/ProductFeatureFile.h"
+#include "support/DataDirectory.h"
+
+namespace {
+
+using ov::ProductFeature;
+using ov::ProductFeatureController;
+using ov::ProductFeatureSet;
+using ov::ProductFeatureSourceFile;
+
+std::shared_ptr<ProductFeature> find(const std::string& id) {
+    for (auto& f : ProductFeatureController::allFeatures()) {
+        if (f->featureID() == id) return f;
+    }
+    return nullptr;
+}
+
+class ProductFeatureControllerTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ov::Bundle::setPreferredLanguages({"en"});
+        ProductFeatureController::setBundleToLoad(
+            ov::Bundle::make(ovtest::dataDirectory() / "SampleBundle"));
+    }
+    void TearDown() override { ov::Bundle::setPreferredLanguages({}); }
+};
+
+TEST_F(ProductFeatureControllerTest, ReleaseSetLayersLocalOverRelease) {
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::release);
+    auto automation = find("IOS-5222");
+    ASSERT_TRUE(automation);
+    EXPECT_FALSE(automation->enabled());
+    EXPECT_EQ(automation->sourceFile(), ProductFeatureSourceFile::release);
+    EXPECT_FALSE(find("IOS-12003")) << "develop-only feature loaded for the release set";
+
+    // A local entry with only "id" changes the source and nothing else.
+    auto haptic = find("IOS-12002");
+    ASSERT_TRUE(haptic);
+    EXPECT_EQ(haptic->sourceFile(), ProductFeatureSourceFile::local);
+    EXPECT_EQ(haptic->featureDescription(), "Haptic feedback");
+    EXPECT_FALSE(haptic->initiallyEnabled());
+
+    // A local "enabled" overrides release; the release description stays.
+    auto browse = find("IOS-10887");
+    ASSERT_TRUE(browse);
+    EXPECT_EQ(browse, ProductFeature::premiumBrowseRefactor());
+    EXPECT_FALSE(browse->initiallyEnabled());
+    EXPECT_EQ(browse->featureDescription(), "Premium browse refactor");
+    EXPECT_EQ(browse->sourceFile(), ProductFeatureSourceFile::local);
+}
+
+TEST_F(ProductFeatureControllerTest, DevelopSetLayersFieldByField) {
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::develop);
+    auto automation = find("IOS-5222");  // develop states only "enabled"
+    ASSERT_TRUE(automation);
+    EXPECT_TRUE(automation->initiallyEnabled());
+    EXPECT_EQ(automation->featureDescription(), "UI automation test hooks");
+    EXPECT_EQ(automation->sourceFile(), ProductFeatureSourceFile::develop);
+
+    auto alexa = find("DEVICE-10546");  // develop states only "description"
+    ASSERT_TRUE(alexa);
+    EXPECT_EQ(alexa->featureDescription(), "Alexa app-to-app linking (beta)");
+    EXPECT_FALSE(alexa->initiallyEnabled());
+
+    auto prefetch = find("IOS-12003");
+    ASSERT_TRUE(prefetch);
+    EXPECT_EQ(prefetch->sourceFile(), ProductFeatureSourceFile::develop);
+
+    auto haptic = find("IOS-12002");  // release, develop, then local with only "id"
+    ASSERT_TRUE(haptic);
+    EXPECT_EQ(haptic->featureDescription(), "Haptic feedback on thumbs");
+    EXPECT_TRUE(haptic->initiallyEnabled());
+    EXPECT_EQ(haptic->sourceFile(), ProductFeatureSourceFile::local);
+
+    // Back to release: develop-only features are gone.
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::release);
+    EXPECT_FALSE(find("IOS-12003"));
+    EXPECT_FALSE(find("IOS-12002")->initiallyEnabled());
+}
+
+TEST_F(ProductFeatureControllerTest, KeptAsideCodeFeaturesKeepIdentityAndOverride) {
+    ovtest::TemporaryBundle files;
+    files.write("release-features.json",
+                R"([{"id": "TEST-700", "description": "from file", "enabled": true},
+                    {"id": "TEST-701", "description": "file feature", "enabled": true}])");
+    ProductFeatureController::setBundleToLoad(files.bundle());
+
+    auto code = ProductFeature::product("TEST-700", "from code", false);
+    code->setEnabled(true);
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::release);
+    EXPECT_EQ(ProductFeature::product("TEST-700"), code);
+    EXPECT_EQ(code->sourceFile(), ProductFeatureSourceFile::none);
+    EXPECT_EQ(code->featureDescription(), "from code");
+    EXPECT_FALSE(code->initiallyEnabled());
+    EXPECT_EQ(code->manuallyEnabled(), true);
+
+    // File-defined features are remade on reload: holders keep a stale object
+    // and the override is gone.
+    auto fromFile = ProductFeature::product("TEST-701");
+    fromFile->setEnabled(false);
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::release);
+    auto reloaded = ProductFeature::product("TEST-701");
+    EXPECT_NE(reloaded, fromFile);
+    EXPECT_FALSE(reloaded->manuallyEnabled());
+    EXPECT_TRUE(reloaded->enabled());
+    EXPECT_EQ(ProductFeature::product("TEST-700"), code);
+    code->setManuallyEnabled(std::nullopt);
+}
+
+TEST_F(ProductFeatureControllerTest, SourceFileQueries) {
+    ovtest::TemporaryBundle empty;
+    ProductFeatureController::setBundleToLoad(empty.bundle());
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::develop);
+    auto bySource = ProductFeatureController::featuresBySourceFile();
+    ASSERT_EQ(bySource.size(), 4u);
+    EXPECT_TRUE(bySource[ProductFeatureSourceFile::release].empty());
+    EXPECT_TRUE(bySource[ProductFeatureSourceFile::develop].empty());
+    EXPECT_TRUE(bySource[ProductFeatureSourceFile::local].empty());
+
+    ProductFeatureController::setBundleToLoad(
+        ov::Bundle::make(ovtest::dataDirectory() / "SampleBundle"));
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::develop);
+    auto local = ProductFeatureController::currentFeatures(ProductFeatureSourceFile::local);
+    ASSERT_EQ(local.size(), 2u);
+    EXPECT_EQ(local[0]->featureID(), "IOS-10887");  // allFeatures order
+    EXPECT_EQ(local[1]->featureID(), "IOS-12002");
+    size_t total = 0;
+    for (const auto& [source, features] : ProductFeatureController::featuresBySourceFile()) {
+        for (const auto& f : features) EXPECT_EQ(f->sourceFile(), source);
+        total += features.size();
+    }
+    EXPECT_EQ(total, ProductFeatureController::allFeatures().size());
+}
+
+TEST_F(ProductFeatureControllerTest, CreateProductFeaturesSkipsMalformedEntries) {
+    auto entries = nlohmann::json::parse(R"([
+        {"id": "TEST-800", "description": "ok", "enabled": true},
+        {},
+        {"description": "no id"},
+        {"id": 801},
+        {"id": "TEST-802", "description": 7, "enabled": "true", "extra": 1},
+        "not an object",
+        {"id": "TEST-800", "enabled": false}
+    ])");
+    auto features =
+        ProductFeatureController::createProductFeatures(entries, ProductFeatureSourceFile::develop);
+    ASSERT_EQ(features.size(), 3u);  // duplicates included
+    EXPECT_EQ(features[0], features[2]);
+    EXPECT_FALSE(features[0]->initiallyEnabled());  // the later entry wins
+    EXPECT_EQ(features[0]->featureDescription(), "ok");
+    EXPECT_EQ(features[1]->featureID(), "TEST-802");
+    EXPECT_FALSE(features[1]->initiallyEnabled());  // "true" is not a Boolean
+    EXPECT_EQ(features[1]->featureDescription(), "");
+    EXPECT_EQ(features[1]->sourceFile(), ProductFeatureSourceFile::develop);
+    EXPECT_TRUE(ProductFeatureController::createProductFeatures(nlohmann::json::object(),
+                                                                ProductFeatureSourceFile::develop)
+                    .empty());
+}
+
+TEST_F(ProductFeatureControllerTest, BrokenFilesAreSkippedWithAWarning) {
+    auto malformed = ovtest::dataDirectory() / "malformed";
+    struct Case {
+        const char* file;
+        const char* reason;  // start of the logged reason
+    };
+    const Case cases[] = {
+        {"truncated.json", "not valid JSON: "},
+        {"object-top-level.json", "the top level is not an array"},
+        {"array-of-non-objects.json", "entry 1 is not an object"},
+        {"invalid-utf8.json", "not valid JSON: "},
+    };
+    for (const auto& c : cases) {
+        ovtest::TemporaryBundle files;
+        std::filesystem::copy_file(malformed / c.file, files.path() / "local-features.json");
+        files.write("release-features.json", R"([{"id": "TEST-900", "enabled": true}])");
+        ProductFeatureController::setBundleToLoad(files.bundle());
+        auto capture = ovlog::CaptureSink::attach();
+        ProductFeatureController::updateProductFeatures(ProductFeatureSet::develop);
+        auto messages = capture->messages("ProductFeatures");
+        ASSERT_EQ(messages.size(), 1u) << c.file;
+        std::string prefix = "feature file " + (files.path() / "local-features.json").string() +
+                             " skipped: " + c.reason;
+        EXPECT_EQ(messages[0].rfind(prefix, 0), 0u) << messages[0];
+        // The good file still loaded; nothing came from the broken one.
+        ASSERT_TRUE(find("TEST-900"));
+        EXPECT_EQ(find("TEST-900")->sourceFile(), ProductFeatureSourceFile::release);
+        EXPECT_FALSE(find("IOS-1"));
+        EXPECT_FALSE(find("IOS-20101"));
+    }
+
+    // Missing files: silent.
+    ovtest::TemporaryBundle none;
+    ProductFeatureController::setBundleToLoad(none.bundle());
+    auto capture = ovlog::CaptureSink::attach();
+    ProductFeatureController::updateProductFeatures(ProductFeatureSet::develop);
+    EXPECT_TRUE(capture->messages("ProductFeatures").empty());
+}
+
+TEST(ProductFeatureFileTest, ReportsEntryProblemsWithIndices) {
+    auto file =
+        ov::ProductFeatureFile::load(ovtest::dataDirectory() / "malformed/wrong-types.json");
+    ASSERT_FALSE(file.fileError);
+    ASSERT_TRUE(file.entries);
+    std::vector<std::string> seen;
+    for (const auto& p : file.entryProblems) {
+        seen.push_back(std::to_string(p.index) + (p.skipped ? " skipped: " : " ignored: ") +
+                       p.reason);
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{
+                        "1 skipped: empty entry",
+                        "2 skipped: no \"id\"",
+                        "3 skipped: \"id\" is not a string",
+                        "4 ignored: \"description\" is not a string (ignored)",
+                        "4 ignored: \"enabled\" is not a Boolean (ignored)",
+                    }));
+    EXPECT_EQ(ov::ProductFeatureFile::parse("").fileError.value_or("").rfind("not valid JSON", 0),
+              0u);
+    EXPECT_EQ(ov::ProductFeatureFile::parse("null").fileError, "the top level is not an array");
+    EXPECT_TRUE(ov::ProductFeatureFile::parse("[]").entries);
+    EXPECT_EQ(ov::ProductFeatureFile::load("/nonexistent/x.json").fileError, "cannot be read");
+}
+
+}  // namespace
