@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+
+#include <atomic>
+#include <future>
+#include <set>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "OVUtility/Concurrency/Atomic.h"
+#include "OVUtility/Concurrency/PThreadMutex.h"
+#include "OVUtility/Concurrency/ThreadSafe.h"
+#include "OVUtility/Platform/DispatchQueue.h"
+#include "support/Eventually.h"
+
+namespace {
+
+using ov::PThreadMutex;
+
+// tryLock from a thread other than the caller's.
+bool tryLockElsewhere(PThreadMutex& mutex) {
+    return std::async(std::launch::async,
+                      [&] {
+                          bool taken = mutex.tryLock();
+                          if (taken) mutex.unlock();
+                          return taken;
+                      })
+        .get();
+}
+
+TEST(PThreadMutex, NormalMutexExcludesOtherThreadsAndItsOwner) {
+    PThreadMutex mutex(PThreadMutex::Type::normal);
+    EXPECT_TRUE(mutex.tryLock());
+    EXPECT_FALSE(tryLockElsewhere(mutex));
+    EXPECT_FALSE(mutex.tryLock());  // a normal mutex does not count: busy even for its owner
+    mutex.unlock();
+    EXPECT_TRUE(tryLockElsewhere(mutex));
+}
+
+TEST(PThreadMutex, RecursiveMutexNeedsAsManyUnlocksAsLocks) {
+    PThreadMutex mutex(PThreadMutex::Type::recursive);
+    mutex.lock();
+    EXPECT_TRUE(mutex.tryLock());  // the owner may take it again
+    EXPECT_FALSE(tryLockElsewhere(mutex));
+    mutex.unlock();
+    EXPECT_FALSE(tryLockElsewhere(mutex));  // still held once
+    mutex.unlock();
+    EXPECT_TRUE(tryLockElsewhere(mutex));
+    // Nested sync on a recursive mutex works.
+    EXPECT_EQ(mutex.sync([&] { return mutex.sync([] { return 7; }); }), 7);
+}
+
+TEST(PThreadMutex, SyncExcludesConcurrentWriters) {
+    for (auto type : {PThreadMutex::Type::normal, PThreadMutex::Type::recursive}) {
+        PThreadMutex mutex(type);
+        long counter = 0;  // plain: only the mutex protects it
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&] {
+                for (int i = 0; i < 20000; ++i) mutex.sync([&] { ++counter; });
+            });
+        }
+        for (auto& th : threads) th.join();
+        EXPECT_EQ(counter, 80000);
+    }
+}
+
+struct SyncFailure : std::runtime_error {
+    explicit SyncFailure(int code) : std::runtime_error("sync failure"), code(code) {}
+    int code;
+};
+
+TEST(PThreadMutex, SyncUnlocksAndRethrowsTheSameError) {
+    for (auto type : {PThreadMutex::Type::normal, PThreadMutex::Type::recursive}) {
+        PThreadMutex mutex(type);
+        try {
+            (void)mutex.sync([]() -> int { throw SyncFailure(42); });
+            FAIL() << "sync must pass the error on";
+        } catch (const SyncFailure& e) {
+            EXPECT_EQ(e.code, 42);  // the closure's own error, not one of sync's
+        }
+        // Unlocked: another thread can take it, and so can this one.
+        EXPECT_TRUE(tryLockElsewhere(mutex));
+        EXPECT_TRUE(mutex.tryLock());
+        mutex.unlock();
+        // The thrown object itself passes through (not a copy sliced to a base).
+        auto caught = std::async(std::launch::async, [&]() -> std::exception_ptr {
+                          try {
+                              mutex.sync([] { throw SyncFailure(7); });
+                          } catch (...) {
+                              return std::current_exception();
+                          }
+                          return nullptr;
+                      }).get();
+        ASSERT_TRUE(caught);
+        EXPECT_THROW(std::rethrow_exception(caught), SyncFailure);
+        EXPECT_TRUE(mutex.tryLock());
+        mutex.unlock();
+    }
+}
+
+TEST(PThreadMutex, UnsafeMutexServesConditionWaits) {
+    PThreadMutex mutex(PThreadMutex::Type::normal);
+    pthread_cond_t cond = PTHREAD_COND_INITIALIZER;
+    bool ready = false;
+    std::thread producer([&] {
+        mutex.sync([&] { ready = true; });
+        pthread_cond_signal(&cond);
+    });
+    mutex.lock();
+    while (!ready) pthread_cond_wait(&cond, &mutex.unsafeMutex);
+    mutex.unlock();
+    producer.join();
+    pthread_cond_destroy(&cond);
+    EXPECT_TRUE(ready);
+}
+
+TEST(AtomicBox, GetAndSetHandsEveryValueOutExactlyOnce) {
+    ov::Atomic<int> box(1);
+    EXPECT_EQ(box.getAndSet(2), 1);
+    EXPECT_EQ(box.get(), 2);
+    box.set(3);
+    EXPECT_EQ(box.get(), 3);
+
+    // Threads swap in distinct values; if a read and the store could
+    // interleave, some value would be returned twice and another lost.
+    ov::Atomic<int> token(-1);
+    constexpr int kThreads = 4, kPerThread = 5000;
+    std::vector<std::vector<int>> seen(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kPerThread; ++i)
+                seen[t].push_back(token.getAndSet(t * kPerThread + i));
+        });
+    }
+    for (auto& th : threads) th.join();
+    std::multiset<int> all;
+    for (auto& v : seen) all.insert(v.begin(), v.end());
+    all.insert(token.get());
+    ASSERT_EQ(all.size(), static_cast<std::size_t>(kThreads * kPerThread + 1));
+    int expected = -1;
+    for (int v : all) EXPECT_EQ(v, expected++);
+}
+
+TEST(AtomicBox, HoldsNonTrivialValues) {
+    ov::Atomic<std::shared_ptr<std::string>> box(std::make_shared<std::string>("a"));
+    std::weak_ptr<std::string> first = box.get();
+    auto old = box.getAndSet(std::make_shared<std::string>("b"));
+    EXPECT_EQ(*old, "a");
+    old.reset();
+    EXPECT_TRUE(first.expired());  // the box no longer keeps it
+    EXPECT_EQ(*box.get(), "b");
+}
+
+TEST(ThreadSafeValue, ConcurrentAtomicallyIncrementsAllTakeEffect) {
+    auto queue =
+        ov::DispatchQueue::make("test.threadsafe", ov::DispatchQueue::Attributes::concurrent);
+    auto counter = ov::ThreadSafe<long>::make(0, queue);
+    constexpr int kThreads = 8, kPerThread = 2000;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kPerThread; ++i) counter->atomically([](long& v) { ++v; });
+        });
+    }
+    // Readers alongside the writers only ever see counts that grow.
+    std::atomic<bool> readerFailed{false};
+    std::thread reader([&] {
+        long last = 0;
+        for (int i = 0; i < 500; ++i) {
+            long now = counter->value();
+            if (now < last) readerFailed = true;
+            last = now;
+        }
+    });
+    for (auto& th : threads) th.join();
+    reader.join();
+    EXPECT_FALSE(readerFailed);
+    // Every mutation was submitted before this read, so it sees them all.
+    EXPECT_EQ(counter->value(), kThreads * kPerThread);
+}
+
+TEST(ThreadSafeValue, SerialQueueAppliesMutationsInOrder) {
+    auto queue = ov::DispatchQueue::make("test.threadsafe.serial");
+    auto list = ov::ThreadSafe<std::vector<int>>::make({}, queue);
+    for (int i = 0; i < 100; ++i) list->atomically([i](std::vector<int>& v) { v.push_back(i); });
+    auto snapshot = list->value();
+    ASSERT_EQ(snapshot.size(), 100u);
+    for (int i = 0; i < 100; ++i) EXPECT_EQ(snapshot[i], i);
+}
+
+TEST(ThreadSafeValue, PendingMutationKeepsTheObjectAlive) {
+    auto queue = ov::DispatchQueue::make("test.threadsafe.lifetime",
+                                         ov::DispatchQueue::Attributes::concurrent);
+    std::atomic<bool> ran{false};
+    std::weak_ptr<ov::ThreadSafe<int>> weak;
+    queue->suspend();
+    {
+        auto value = ov::ThreadSafe<int>::make(1, queue);
+        weak = value;
+        value->atomically([&](int& v) {
+            v = 2;
+            ran = true;
+        });
+    }
+    EXPECT_FALSE(weak.expired());  // held by the queued block
+    queue->resume();
+    EXPECT_TRUE(ovtest::eventually([&] { return ran.load() && weak.expired(); }));
+}
+
+}  // namespace
