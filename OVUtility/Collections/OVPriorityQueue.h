@@ -99,6 +99,9 @@ class OVPriorityQueueNode {
     }
 
   private:
+    template <typename>
+    friend class OVPriorityQueue;
+
     // Strictly earlier / strictly later (an ordered comparison of the dates).
     static bool beforeDate(Date self, Date other) { return self < other; }
     static bool afterDate(Date self, Date other) { return self > other; }
@@ -166,7 +169,7 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
     std::shared_ptr<T> poll() {
         std::lock_guard lock(mutex_);
         if (!heap_ || heap_->empty()) return nullptr;
-        std::shared_ptr<T> object = heap_->front().object();
+        std::shared_ptr<T> object = std::move(heap_->front().object_);
         if (heap_->size() == 1) {
             heap_->pop_back();
         } else {
@@ -254,17 +257,19 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
         std::int64_t i = index;
         std::int64_t p = parentIndexForNodeAtIndex(i);
         if (p < 0) return;
+        // Same comparisons and final arrangement as swapping the node with
+        // each passed parent, but the node is held aside and parents move
+        // down into the hole (one move per level instead of a swap).
         auto& heap = *heap_;
-        while (true) {
-            // A parent that is not strictly smaller (also an exact tie) is passed.
-            if (heap[static_cast<std::size_t>(p)].isSmallerThanNode(
-                    &heap[static_cast<std::size_t>(i)]))
-                return;
-            swapNodeAtIndex(i, p);
+        if (heap[at(p)].isSmallerThanNode(&heap[at(i)])) return;
+        // A parent that is not strictly smaller (also an exact tie) is passed.
+        Node moving = std::move(heap[at(i)]);
+        do {
+            heap[at(i)] = std::move(heap[at(p)]);
             i = p;
             p = parentIndexForNodeAtIndex(p);
-            if (p < 0) return;
-        }
+        } while (p >= 0 && !heap[at(p)].isSmallerThanNode(&moving));
+        heap[at(i)] = std::move(moving);
     }
 
     void bubbleDown() { bubbleDownStartingAtIndex(0); }
@@ -273,18 +278,36 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
         if (!heap_ || heap_->empty()) return;
         auto& heap = *heap_;
         std::int64_t i = index;
+        // The node at `index` is held aside while smaller children move up
+        // into the hole: the comparisons are those of the swapping walk (the
+        // moving node against the left child, then the winner against the
+        // right child; the left one wins a tie).
+        Node* moving = &heap[at(i)];
+        std::optional<Node> held;
         while (true) {
             const std::int64_t l = leftChildIndexForNodeAtIndex(i);
             const std::int64_t r = rightChildIndexForNodeAtIndex(i);
-            std::int64_t candidate = i;
-            const Node* left = l == -1 ? nullptr : &heap[static_cast<std::size_t>(l)];
-            const Node* right = r == -1 ? nullptr : &heap[static_cast<std::size_t>(r)];
-            if (heap[static_cast<std::size_t>(candidate)].isLargerThanNode(left)) candidate = l;
-            if (heap[static_cast<std::size_t>(candidate)].isLargerThanNode(right)) candidate = r;
-            if (candidate == i) return;
-            swapNodeAtIndex(i, candidate);
-            i = candidate;
+            const Node* candidate = moving;
+            std::int64_t candidateIndex = i;
+            const Node* left = l == -1 ? nullptr : &heap[at(l)];
+            const Node* right = r == -1 ? nullptr : &heap[at(r)];
+            if (candidate->isLargerThanNode(left)) {
+                candidate = left;
+                candidateIndex = l;
+            }
+            if (candidate->isLargerThanNode(right)) {
+                candidate = right;
+                candidateIndex = r;
+            }
+            if (candidateIndex == i) break;
+            if (!held) {
+                held.emplace(std::move(heap[at(i)]));
+                moving = &*held;
+            }
+            heap[at(i)] = std::move(heap[at(candidateIndex)]);
+            i = candidateIndex;
         }
+        if (held) heap[at(i)] = std::move(*held);
     }
 
     void swapNodeAtIndex(std::int64_t a, std::int64_t b) {
@@ -306,6 +329,8 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
 
   private:
     explicit OVPriorityQueue(std::int64_t mode) : tieBreakerMode_(mode) {}
+
+    static std::size_t at(std::int64_t index) { return static_cast<std::size_t>(index); }
 
     std::int64_t childIndex(std::uint64_t child) const {
         // Unsigned comparison against count - 1: an empty heap never refuses.
