@@ -17,6 +17,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "BenchRatios.h"
 #include "OVUtility/Collections/OVLRUCache.h"
 #include "OVUtility/Collections/OVPriorityQueue.h"
 
@@ -153,4 +154,12 @@ BENCHMARK(BM_PQ_Peer_StdPriorityQueue)->Arg(1000)->Arg(100000);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    return ovbench::runWithRatios(
+        argc, argv,
+        {{"BM_LRU_OVLRUCache/1000", "BM_LRU_Peer_ListMap/1000"},
+         {"BM_LRU_OVLRUCache/100000", "BM_LRU_Peer_ListMap/100000"},
+         {"BM_LRU_OVLRUCache/1000000", "BM_LRU_Peer_ListMap/1000000"},
+         {"BM_PQ_OVPriorityQueue/1000", "BM_PQ_Peer_StdPriorityQueue/1000"},
+         {"BM_PQ_OVPriorityQueue/100000", "BM_PQ_Peer_StdPriorityQueue/100000"}});
+}
