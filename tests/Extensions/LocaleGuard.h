@@ -4,11 +4,22 @@
 //   ovtest::LocaleGuard guard("en_US", "America/New_York");
 #pragma once
 
+#include <iomanip>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
+
+#include "OVUtility/Platform/Date.h"
+
+namespace ov {
+// Shows dates as seconds since 1970 in test failure messages.
+inline void PrintTo(Date date, std::ostream* os) {
+    *os << "Date(" << std::setprecision(17) << date.timeIntervalSince1970() << ")";
+}
+}  // namespace ov
 
 namespace ovtest {
 

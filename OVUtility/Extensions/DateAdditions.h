@@ -1,0 +1,98 @@
+// ov::dates: the native date type's additions, as free functions over
+// ov::Date. The bridged date category is in NSDateAdditions.h (namespace
+// ov::nsdate), which shares afterDate, beforeDate and addDays with this one.
+//
+//   ov::dates::getDisplayableDuration(3725);          // "62:05" (no hours, on purpose)
+//   ov::dates::fromTimestampString("2021-03-04 05:06:07");  // in GMT
+//   ov::dates::toString(date, "yyyy-MM-dd", "Europe/Paris");
+//   ov::dates::getCalendarComponent(date, ov::dates::CalendarComponent::month);
+//
+// Calendars are the current locale's in ICU's default time zone (see
+// NSDateAdditions.h). Formatters are shared and made once, on first use;
+// every function may be called from any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "OVUtility/Platform/Date.h"
+
+namespace ov::dates {
+
+// Strictly later / strictly earlier / equal.
+bool afterDate(Date date, Date other);
+bool beforeDate(Date date, Date other);
+bool equalToDate(Date date, Date other);
+
+// date ≥ other + interval (seconds).
+bool isLaterThan(Date date, Date other, double interval);
+// date ≤ other − interval: at least `interval` seconds before `other`; the
+// boundary counts, as for isLaterThan.
+bool isEarlierThan(Date date, Date other, double interval);
+
+// Calendar days in the current calendar (a day across a clock change keeps
+// the wall-clock time, so it may be 23 or 25 hours).
+Date addDays(Date date, std::int64_t days);
+// Elapsed hours (3600 seconds each).
+Date addHours(Date date, std::int64_t hours);
+Date subtractMilliseconds(Date date, double milliseconds);
+
+// "%d:%02d" of whole minutes and the remaining seconds (truncating; negative
+// values keep their sign in both parts: -65 gives "-1:-5"); minutes are not
+// split into hours: 3725 gives "62:05". Absent gives nullopt.
+std::optional<std::string> getDisplayableDuration(std::optional<std::int64_t> seconds);
+
+// The date of a "yyyy-MM-dd HH:mm:ss" text in GMT (the shared timestamp
+// formatter); absent text, or text that is not exactly such a date, gives
+// nullopt.
+std::optional<Date> fromTimestampString(std::optional<std::string_view> text);
+
+// The current locale's medium date style ("Mar 4, 2021" in en_US), current
+// time zone.
+std::string dateStringUsingMediumStyle(Date date);
+
+// Year in the current calendar.
+std::int32_t year(Date date);
+
+enum class CalendarComponent {
+    era,
+    year,
+    month,  // 1 to 12 (13 in calendars with a leap month)
+    day,
+    hour,
+    minute,
+    second,
+    weekday,  // 1 Sunday to 7 Saturday
+    weekdayOrdinal,
+    quarter,  // 1 to 4
+    weekOfMonth,
+    weekOfYear,
+    yearForWeekOfYear,
+    nanosecond,
+};
+
+// One component of the date in the current calendar.
+std::int64_t getCalendarComponent(Date date, CalendarComponent component);
+
+// 4001-01-01 00:00:00 UTC, a fixed far-future date.
+Date getConstantDistantFutureDate();
+
+double getUnixTimestampInSeconds(Date date);
+double getUnixTimestampInMilliSeconds(Date date);
+Date fromUnixTimestampInSecs(double seconds);
+Date fromUnixTimestampInMilliSecs(double milliseconds);
+
+// The date in a Unicode date pattern, in the given time zone id (nullopt:
+// the current one) and the current locale. Formatters are cached by pattern
+// and zone (up to 64), not made per call.
+std::string toString(Date date, std::string_view format,
+                     std::optional<std::string_view> timeZone = std::nullopt);
+
+// "2021-03-04T05:06:07Z": UTC, en_US_POSIX.
+std::string iso8601DateTimeString(Date date);
+// "2021-03-04T06:06:07+01:00": current time zone with its offset, en_US_POSIX.
+std::string iso8601SiriDateTimeString(Date date);
+
+}  // namespace ov::dates
