@@ -1,0 +1,91 @@
+// Queue and operation configurations, queues built from them, and the
+// operation-queue additions.
+#include <gtest/gtest.h>
+
+#include "OVUtility/Operations/OperationConfiguration.h"
+#include "OVUtility/Operations/OperationQueueAdditions.h"
+#include "OVUtility/Operations/QueueConfiguration.h"
+#include "OVUtility/Operations/SafeOperation.h"
+#include "OVUtility/Platform/OperationQueue.h"
+#include "Operations/RecordingTask.h"
+#include "support/Eventually.h"
+
+using namespace ov;
+
+TEST(QueueConfigurationTest, DefaultsDifferOnlyInConcurrency) {
+    SerialQueueConfiguration serial;
+    ConcurrentQueueConfiguration concurrent;
+    for (const QueueConfiguration* c : {static_cast<const QueueConfiguration*>(&serial),
+                                        static_cast<const QueueConfiguration*>(&concurrent)}) {
+        EXPECT_EQ(c->priority()->intValue(), 0);
+        EXPECT_EQ(c->qualityOfService(), TaskQualityOfService::veryLow);
+        EXPECT_FALSE(c->queueName().has_value());
+    }
+    EXPECT_EQ(serial.maxConcurrentOperationCount(), 1);
+    EXPECT_EQ(concurrent.maxConcurrentOperationCount(), -1);
+
+    SerialQueueConfiguration copy = serial;
+    copy.setPriority(TaskPriority::high);
+    EXPECT_EQ(serial.priority()->intValue(), 0);  // copies are independent
+    EXPECT_EQ(copy.priority()->intValue(), 4);
+}
+
+TEST(QueueConfigurationTest, QueueIsBuiltWithCountQualityAndName) {
+    auto concurrent = makeOperationQueue(ConcurrentQueueConfiguration());
+    EXPECT_EQ(concurrent->maxConcurrentOperationCount(),
+              OperationQueue::defaultMaxConcurrentOperationCount);
+    EXPECT_EQ(concurrent->qualityOfService(), QualityOfService::background);
+    EXPECT_FALSE(concurrent->name().has_value());
+
+    TaskQueueConfiguration dynamic(TaskPriority::shared(TaskPriority::veryHigh), 1,
+                                   TaskQualityOfService::medium);
+    dynamic.setQueueName("--task-manager-dynamic-queue");
+    auto queue = makeOperationQueue(dynamic);
+    EXPECT_EQ(queue->maxConcurrentOperationCount(), 1);
+    EXPECT_EQ(queue->qualityOfService(), QualityOfService::defaultQoS);
+    EXPECT_EQ(queue->name(), std::optional<std::string>("--task-manager-dynamic-queue"));
+    EXPECT_EQ(dynamic.priority()->intValue(), 8);
+}
+
+TEST(OperationConfigurationTest, DefaultsAndTheirCallbackQueues) {
+    DefaultOperationConfiguration a;
+    DefaultOperationConfiguration b;
+    MainQueueOperationConfiguration main;
+    EXPECT_TRUE(a.isAsync());
+    EXPECT_TRUE(a.isThreadSafe());
+    EXPECT_EQ(a.qualityOfService(), TaskQualityOfService::veryLow);
+    EXPECT_EQ(a.expiration(), 0.0);
+    EXPECT_FALSE(a.deIndexBeforeCompletion());
+    EXPECT_EQ(a.callbackQueue(), b.callbackQueue());
+    EXPECT_EQ(a.callbackQueue(), sharedCallBackQueue());
+    EXPECT_EQ(main.callbackQueue(), OperationQueue::main());
+    EXPECT_TRUE(main.isAsync() && main.isThreadSafe());
+
+    auto shared = sharedCallBackQueue();
+    EXPECT_EQ(shared->maxConcurrentOperationCount(), 1);
+    EXPECT_EQ(shared->qualityOfService(), QualityOfService::background);
+}
+
+TEST(OperationQueueAdditionsTest, IncompleteCountAndAddingTasks) {
+    auto queue = OperationQueue::make();
+    EXPECT_EQ(incompleteOperationCount(*queue), 0u);
+    queue->setSuspended(true);
+    auto log = std::make_shared<ovtest::EventLog>();
+    auto t1 = std::make_shared<ovtest::RecordingTask>(log, ovtest::inlineConfiguration());
+    auto t2 = std::make_shared<ovtest::RecordingTask>(log, ovtest::inlineConfiguration());
+    addSafeOperationTask(*queue, t1);
+    addSafeOperationTask(*queue, t2);
+    EXPECT_EQ(incompleteOperationCount(*queue), 2u);
+    ASSERT_TRUE(t1->operationBridge());
+    EXPECT_EQ(t1->operationBridge()->task(), t1);
+    // A prematurely finished operation still waits in its queue.
+    std::dynamic_pointer_cast<SafeOperation>(queue->operations()[0])->finish();
+    EXPECT_EQ(incompleteOperationCount(*queue), 2u);
+    queue->setSuspended(false);
+    // The second one runs until its task finishes it.
+    ASSERT_TRUE(ovtest::eventually([&] { return t2->isInState(OperationStateExecuting{}); }));
+    EXPECT_EQ(incompleteOperationCount(*queue), 1u);
+    t2->change(OperationStateFinished{});
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(incompleteOperationCount(*queue), 0u);
+}

@@ -1,0 +1,354 @@
+// SafeOperation: every row of the state table with its notifications in
+// order and exactly one completion callback; the start/cancel race rule;
+// hand-over to the callback queue; expiration; the unguarded mode.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "OVLog/CaptureSink.h"
+#include "OVUtility/Operations/OperationQueueAdditions.h"
+#include "OVUtility/Operations/SafeOperation.h"
+#include "OVUtility/Platform/MainRunLoop.h"
+#include "OVUtility/Platform/OperationQueue.h"
+#include "Operations/RecordingTask.h"
+#include "support/Eventually.h"
+
+using namespace ov;
+using ovtest::EventLog;
+using ovtest::RecordingTask;
+using Events = std::vector<std::string>;
+
+namespace {
+
+struct Fixture {
+    std::shared_ptr<EventLog> log = std::make_shared<EventLog>();
+    std::shared_ptr<RecordingTask> task;
+    std::shared_ptr<SafeOperation> op;
+    std::atomic<int> callbacks{0};
+
+    explicit Fixture(
+        std::shared_ptr<StoredOperationConfiguration> config = ovtest::inlineConfiguration()) {
+        task = std::make_shared<RecordingTask>(log, std::move(config));
+        op = SafeOperation::make(task);
+        ovtest::observeAll(*op, log);
+        op->setCallBackClosure([this] { ++callbacks; });
+    }
+    bool flags(bool ready, bool executing, bool finished, bool cancelled) const {
+        return op->isReady() == ready && op->isExecuting() == executing &&
+               op->isFinished() == finished && op->isCancelled() == cancelled;
+    }
+};
+
+// The notifications of one transition from `from` to `to`.
+Events transition(const std::string& from, const std::string& to) {
+    return {"task-will:" + from + ">" + to, "will:" + to, "will:" + from, "did:" + from,
+            "did:" + to};
+}
+Events concat(Events a, const Events& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+const Events kFinishedPair = {"will:isFinished", "did:isFinished"};
+
+}  // namespace
+
+TEST(SafeOperationTest, MakeWiresTheTaskAndCopiesItsSettings) {
+    auto log = std::make_shared<EventLog>();
+    auto config = std::make_shared<DefaultOperationConfiguration>();
+    config->setIsAsync(false);
+    auto task = std::make_shared<RecordingTask>(log, config);
+    task->priority_ = TaskPriority::shared(TaskPriority::high);
+    task->qos_ = TaskQualityOfService::high;
+    auto op = SafeOperation::make(task);
+    EXPECT_EQ(task->operationBridge(), op);
+    EXPECT_EQ(op->task(), task);
+    EXPECT_EQ(op->queuePriority(), 4);
+    EXPECT_EQ(op->qualityOfService(), QualityOfService::userInitiated);
+    EXPECT_EQ(op->callBackQueue(), sharedCallBackQueue());
+    EXPECT_FALSE(op->isAsynchronous());
+    EXPECT_TRUE(op->isReady());
+    EXPECT_FALSE(op->isOperating());
+    EXPECT_TRUE(op->isInState(OperationStateReady{}));
+
+    // Without an operation configuration: asynchronous, guarded, no callback queue.
+    auto bare = std::make_shared<RecordingTask>(log, nullptr);
+    auto bareOp = SafeOperation::make(bare);
+    EXPECT_TRUE(bareOp->isAsynchronous());
+    EXPECT_TRUE(bareOp->isGuarded());
+    EXPECT_EQ(bareOp->callBackQueue(), nullptr);
+
+    // A priority that is not a TaskPriority leaves the queue priority alone.
+    struct Odd : PriorityValue {
+        int intValue() const override { return 6; }
+    };
+    auto odd = std::make_shared<RecordingTask>(log, nullptr);
+    odd->priority_ = std::make_shared<Odd>();
+    EXPECT_EQ(SafeOperation::make(odd)->queuePriority(), 0);
+}
+
+TEST(SafeOperationStateTableTest, ReadyStartThenFinish) {
+    Fixture f;
+    f.op->start();
+    EXPECT_EQ(f.log->take(),
+              concat(transition("isReady", "isExecuting"), {"task-did:isReady>isExecuting"}));
+    EXPECT_TRUE(f.flags(false, true, false, false));
+    EXPECT_TRUE(f.op->isOperating());
+
+    f.op->finish();
+    EXPECT_EQ(f.log->take(),
+              concat(transition("isExecuting", "isFinished"), {"task-did:isExecuting>isFinished"}));
+    EXPECT_TRUE(f.flags(false, false, true, false));
+    EXPECT_EQ(f.callbacks.load(), 1);
+}
+
+TEST(SafeOperationStateTableTest, ExecutingCancelEndsCanceledAndFinished) {
+    for (int variant = 0; variant < 3; ++variant) {
+        Fixture f;
+        f.op->start();
+        f.log->take();
+        if (variant == 0) f.op->cancel();
+        if (variant == 1) EXPECT_TRUE(f.op->update(OperationStateCanceled{}));
+        if (variant == 2) EXPECT_TRUE(f.op->update(OperationStateTerminated{}));
+        EXPECT_EQ(f.log->take(),
+                  concat(concat(transition("isExecuting", "isCancelled"), kFinishedPair),
+                         {"task-did:isExecuting>isCancelled"}))
+            << variant;
+        EXPECT_TRUE(f.flags(false, false, true, false)) << variant;
+        EXPECT_TRUE(f.op->isInState(OperationStateCanceled{}));
+        EXPECT_EQ(f.callbacks.load(), 1);
+    }
+}
+
+TEST(SafeOperationStateTableTest, EarlyCancelStaysReadyAndEndsAtStart) {
+    auto capture = ovlog::CaptureSink::attach();
+    ovlog::OLog::setLevel("OperationTask", ovlog::Level::verbose);
+    Fixture f;
+    f.op->cancel();
+    EXPECT_EQ(f.log->take(),
+              concat(transition("isReady", "isTerminated"), {"task-did:isReady>isTerminated"}));
+    EXPECT_TRUE(f.flags(true, false, false, false));
+    EXPECT_TRUE(f.op->isInState(OperationStateTerminated{}));
+    EXPECT_EQ(f.callbacks.load(), 0);
+
+    f.op->start();
+    EXPECT_EQ(f.log->take(),
+              concat(concat(transition("isTerminated", "isCancelled"), kFinishedPair),
+                     {"task-did:isTerminated>isCancelled"}));
+    EXPECT_TRUE(f.flags(false, false, true, false));
+    EXPECT_EQ(f.callbacks.load(), 1);
+    EXPECT_EQ(capture->countStartingWith("Operation canceled "), 1u);
+    auto records = capture->records();
+    ASSERT_FALSE(records.empty());
+    EXPECT_EQ(records.back().unit, "SafeOperation");
+    EXPECT_EQ(records.back().function, "dispatchCancel()");
+    EXPECT_EQ(records.back().level, ovlog::Level::verbose);
+    EXPECT_NE(records.back().message.find("[\"0"), std::string::npos);  // the call stack
+}
+
+TEST(SafeOperationStateTableTest, PrematureFinishSkipsExecutingAndTheTimer) {
+    auto capture = ovlog::CaptureSink::attach();
+    ovlog::OLog::setLevel("OperationTask", ovlog::Level::verbose);
+    auto config = ovtest::inlineConfiguration();
+    config->setExpiration(0.05);
+    for (bool viaUpdate : {false, true}) {
+        Fixture f(config);
+        if (viaUpdate) {
+            EXPECT_TRUE(f.op->update(OperationStateFinished{}));
+        } else {
+            f.op->finish();
+        }
+        EXPECT_EQ(f.log->take(), concat(transition("isReady", "isPrematurelyFinished"),
+                                        {"task-did:isReady>isPrematurelyFinished"}));
+        EXPECT_TRUE(f.flags(true, false, false, false));
+        f.op->start();
+        EXPECT_EQ(f.log->take(), concat(transition("isPrematurelyFinished", "isFinished"),
+                                        {"task-did:isPrematurelyFinished>isFinished"}));
+        EXPECT_TRUE(f.flags(false, false, true, false));
+        EXPECT_EQ(f.callbacks.load(), 1);
+    }
+    // Had a timer been armed, it would have cancelled (and logged) by now.
+    EXPECT_FALSE(
+        ovtest::eventually([&] { return capture->countStartingWith("Operation") > 0; }, 0.3));
+}
+
+TEST(SafeOperationStateTableTest, FinishedOperationIgnoresCancelAndFinish) {
+    for (bool cancelled : {false, true}) {
+        Fixture f;
+        f.op->start();
+        cancelled ? f.op->cancel() : f.op->finish();
+        f.log->take();
+        f.op->cancel();
+        f.op->finish();
+        EXPECT_TRUE(f.op->update(OperationStateCanceled{}));
+        EXPECT_TRUE(f.op->update(OperationStateFinished{}));
+        f.op->start();
+        EXPECT_TRUE(f.log->take().empty());
+        EXPECT_EQ(f.callbacks.load(), 1);
+        EXPECT_TRUE(f.op->isFinished());
+    }
+}
+
+TEST(SafeOperationStateTableTest, OtherStatesNeedTheTasksConsent) {
+    Fixture f;
+    f.op->start();
+    f.log->take();
+    f.task->accept = false;
+    EXPECT_FALSE(f.op->update(TaskStatePaused{}));
+    EXPECT_TRUE(f.log->take().empty());
+
+    f.task->accept = true;
+    EXPECT_TRUE(f.op->update(TaskStatePaused{}));
+    EXPECT_EQ(f.log->take(),
+              concat(transition("isExecuting", "isPaused"), {"task-did:isExecuting>isPaused"}));
+    EXPECT_TRUE(f.op->isInState(TaskStatePaused{}));
+    EXPECT_TRUE(f.flags(false, true, false, false));  // still executing to the queue
+    EXPECT_TRUE(f.op->isOperating());
+
+    EXPECT_TRUE(f.op->update(TaskStateResumed{}));
+    f.log->take();
+    f.op->finish();
+    EXPECT_EQ(f.log->take(),
+              concat(transition("isResumed", "isFinished"), {"task-did:isResumed>isFinished"}));
+    EXPECT_EQ(f.callbacks.load(), 1);
+}
+
+TEST(SafeOperationStateTableTest, StartRacingAnEarlyCancelEndsCanceled) {
+    Fixture f;
+    f.op->cancel();
+    f.log->take();
+    // A start that got past its checks before the cancel: Terminated -> Executing.
+    EXPECT_TRUE(f.op->update(OperationStateExecuting{}));
+    EXPECT_EQ(f.log->take(),
+              concat(concat(transition("isTerminated", "isCancelled"), kFinishedPair),
+                     {"task-did:isTerminated>isCancelled"}));
+    EXPECT_TRUE(f.op->isFinished());
+    EXPECT_EQ(f.callbacks.load(), 1);
+}
+
+TEST(SafeOperationTest, CallbackQueueCarriesFinishingAndTheCallback) {
+    Fixture f(std::make_shared<DefaultOperationConfiguration>());
+    std::atomic<bool> callbackOnSharedQueue{false};
+    f.op->setCallBackClosure([&] {
+        callbackOnSharedQueue = OperationQueue::current() == sharedCallBackQueue();
+        ++f.callbacks;
+    });
+    auto queue = OperationQueue::make();
+    queue->addOperation(f.op);
+    ASSERT_TRUE(ovtest::eventually([&] { return f.op->isExecuting(); }));
+    std::thread([&] { f.op->finish(); }).join();
+    ASSERT_TRUE(ovtest::eventually([&] { return f.callbacks.load() == 1; }));
+    EXPECT_TRUE(callbackOnSharedQueue.load());
+    EXPECT_TRUE(f.op->isFinished());
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(queue->operationCount(), 0u);
+    EXPECT_EQ(f.callbacks.load(), 1);
+}
+
+TEST(SafeOperationTest, ConsentedTransitionFromTheMainThreadIsHandedToTheCallbackQueue) {
+    ASSERT_TRUE(MainRunLoop::isMainThread());
+    auto config = std::make_shared<DefaultOperationConfiguration>();
+    auto callbackQueue = OperationQueue::make("callbacks");
+    callbackQueue->setMaxConcurrentOperationCount(1);
+    config->setCallbackQueue(callbackQueue);
+    Fixture f(config);
+    std::shared_ptr<OperationQueue> ranOn;
+    f.task->onWillChange = [&] { ranOn = OperationQueue::current(); };
+    f.op->start();  // start applies at once
+    EXPECT_EQ(ranOn, OperationQueue::main());
+    EXPECT_TRUE(f.op->update(TaskStatePaused{}));
+    ASSERT_TRUE(ovtest::eventually([&] { return f.op->isInState(TaskStatePaused{}); }));
+    callbackQueue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(ranOn, callbackQueue);
+    // From another thread the transition applies at once, on that thread.
+    std::thread([&] { f.op->update(TaskStateResumed{}); }).join();
+    EXPECT_TRUE(f.op->isInState(TaskStateResumed{}));
+    EXPECT_EQ(ranOn, nullptr);
+    f.op->setCallBackClosure(nullptr);
+    f.op->finish();
+    callbackQueue->waitUntilAllOperationsAreFinished();
+    EXPECT_TRUE(f.op->isFinished());
+}
+
+TEST(SafeOperationTest, HandedOverTransitionIsDroppedWhenTheOperationIsGone) {
+    auto config = std::make_shared<DefaultOperationConfiguration>();
+    auto callbackQueue = OperationQueue::make("callbacks");
+    callbackQueue->setSuspended(true);
+    config->setCallbackQueue(callbackQueue);
+    auto log = std::make_shared<EventLog>();
+    auto task = std::make_shared<RecordingTask>(log, config);
+    {
+        auto op = SafeOperation::make(task);
+        op->start();
+        op->finish();  // queued on the suspended callback queue
+        EXPECT_EQ(callbackQueue->operationCount(), 1u);
+    }
+    EXPECT_EQ(task->operationBridge(), nullptr);
+    log->take();
+    callbackQueue->setSuspended(false);
+    callbackQueue->waitUntilAllOperationsAreFinished();
+    EXPECT_TRUE(log->take().empty());
+}
+
+TEST(SafeOperationTest, ExpirationCancelsARunningOperationAfterItsInterval) {
+    auto capture = ovlog::CaptureSink::attach();
+    ovlog::OLog::setLevel("OperationTask", ovlog::Level::verbose);
+    auto config = std::make_shared<DefaultOperationConfiguration>();
+    config->setExpiration(2.0);
+    Fixture f(config);
+    auto queue = OperationQueue::make();
+    auto started = std::chrono::steady_clock::now();
+    queue->addOperation(f.op);
+    ASSERT_TRUE(ovtest::eventually([&] { return f.callbacks.load() == 1; }, 10.0));
+    double elapsed =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    EXPECT_GE(elapsed, 1.9);
+    EXPECT_LT(elapsed, 5.0);
+    EXPECT_TRUE(f.op->isFinished());
+    EXPECT_TRUE(f.op->isInState(OperationStateCanceled{}));
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(capture->countStartingWith("Operation canceled "), 1u);
+    auto events = f.log->snapshot();
+    EXPECT_EQ(std::count(events.begin(), events.end(), "did:isFinished"), 1);
+}
+
+TEST(SafeOperationTest, UnguardedOperationTakesNoLockWhileNotifying) {
+    // An observer blocks inside a transition while another thread tests the
+    // state: guarded, that thread waits for the lock; unguarded, it does not.
+    for (bool threadSafe : {true, false}) {
+        auto config = ovtest::inlineConfiguration();
+        config->setIsThreadSafe(threadSafe);
+        Fixture f(config);
+        EXPECT_EQ(f.op->isGuarded(), threadSafe);
+        std::future_status status{};
+        std::future<bool> probe;  // outlives the observer: its destructor waits for the probe
+        f.op->addObserver("isExecuting", [&](std::string_view, KeyValueChange change) {
+            if (change != KeyValueChange::willChange) return;
+            probe = std::async(std::launch::async,
+                               [&] { return f.op->isInState(OperationStateReady{}); });
+            status = probe.wait_for(std::chrono::milliseconds(threadSafe ? 200 : 5000));
+        });
+        f.op->start();
+        EXPECT_EQ(status, threadSafe ? std::future_status::timeout : std::future_status::ready);
+        probe.wait();
+        f.op->finish();
+        EXPECT_EQ(f.callbacks.load(), 1);
+    }
+}
+
+TEST(SafeOperationTest, ConcurrentCancelAndFinishDeliverOneCallback) {
+    for (int round = 0; round < 50; ++round) {
+        Fixture f(std::make_shared<DefaultOperationConfiguration>());
+        f.op->start();
+        std::thread a([&] { f.op->cancel(); });
+        std::thread b([&] { f.op->finish(); });
+        a.join();
+        b.join();
+        ASSERT_TRUE(ovtest::eventually([&] { return f.callbacks.load() >= 1; }));
+        sharedCallBackQueue()->waitUntilAllOperationsAreFinished();
+        EXPECT_EQ(f.callbacks.load(), 1);
+        EXPECT_TRUE(f.op->isFinished());
+    }
+}
