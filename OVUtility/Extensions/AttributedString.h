@@ -1,6 +1,6 @@
 // ov::AttributedString: a UTF-8 text with runs of attributes — font,
 // foreground colour and paragraph style — the value that text measurement
-// lays out and that `ov::attributed(...)` builds for a whole string.
+// lays out and that `ov::strings::attributed(...)` builds for a whole string.
 //
 //   ov::AttributedString s("Now playing: Song", {.font = ov::Font::named("DejaVu Sans", 13)});
 //   s.addAttributes({.foregroundColor = ov::Color::fromRGB(0x1DB954)}, {13, 4});

@@ -3,7 +3,7 @@
 //
 //   auto accent = ov::Color::fromRGB(0x1DB954);       // opaque, from 0xRRGGBB
 //   auto dimmed = accent.withAlpha(0.5);
-//   auto text   = ov::attributed("Now playing", font, ov::Color::black());
+//   auto text   = ov::strings::attributed("Now playing", font, ov::Color::black());
 //
 // Components are stored as given (clamped to 0...1 by the factories); two
 // colours are equal when all four components are.

@@ -2,7 +2,7 @@
 // typographic points (1/72 inch), as doubles and never rounded.
 //
 //   ov::Size box{320, ov::Size::unlimited};   // 320 pt wide, any height
-//   ov::Size used = ov::textSizeWithFont(text, font, box);
+//   ov::Size used = ov::nsstring::textSizeWithFont(text, font, box);
 //
 // `Size::unlimited` (the largest finite double) is how a caller says "no
 // limit" in one dimension, as the platform's greatest finite magnitude did.

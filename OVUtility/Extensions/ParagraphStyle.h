@@ -4,7 +4,7 @@
 //
 //   ov::ParagraphStyle style;                       // word wrap, natural, no spacing
 //   style.lineBreakMode = ov::LineBreakMode::byTruncatingTail;
-//   ov::Size s = ov::textSizeWithFont(title, font, {200, 40}, style.lineBreakMode);
+//   ov::Size s = ov::nsstring::textSizeWithFont(title, font, {200, 40}, style.lineBreakMode);
 //
 // Wrapping modes (`byWordWrapping`, `byCharWrapping`) break a paragraph into
 // as many lines as it needs. The other modes keep every paragraph on one line:

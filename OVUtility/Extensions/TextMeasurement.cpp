@@ -692,6 +692,10 @@ Size boundingSize(const AttributedString& text, Size constrainedToSize) {
     return layoutText(text, constrainedToSize).size;
 }
 
+}  // namespace ov
+
+namespace ov::nsstring {
+
 Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedToSize) {
     return textSizeWithFont(text, font, constrainedToSize, LineBreakMode::byWordWrapping);
 }
@@ -704,8 +708,13 @@ Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedT
     return boundingSize(s, constrainedToSize);
 }
 
+}  // namespace ov::nsstring
+
+namespace ov::strings {
+
 double height(std::string_view text, double constrainedWidth, const Font& font) {
-    const double exact = textSizeWithFont(text, font, {constrainedWidth, Size::unlimited}).height;
+    const double exact =
+        nsstring::textSizeWithFont(text, font, {constrainedWidth, Size::unlimited}).height;
     return std::ceil(exact - 1e-6);
 }
 
@@ -720,4 +729,4 @@ AttributedString attributed(std::string_view text, const Font& font, const Color
     return AttributedString(std::string(text), TextAttributes{font, color, style});
 }
 
-}  // namespace ov
+}  // namespace ov::strings

@@ -1,11 +1,14 @@
 // Text measurement: lays a text out in a box and reports the lines and the
-// bounding size it needs — the string additions `textSizeWithFont`,
-// `height` and `attributed` plus the layout underneath them.
+// bounding size it needs (ov::layoutText, ov::boundingSize), plus the string
+// additions built on it: the bridged string category's `textSizeWithFont`
+// (namespace ov::nsstring, with the rest of that category in
+// NSStringAdditions.h) and the native string type's `height` and
+// `attributed` (namespace ov::strings, see StringAdditions.h).
 //
 //   auto font = ov::Font::named("DejaVu Sans", 14);
-//   ov::Size s = ov::textSizeWithFont(title, font, {280, ov::Size::unlimited});
-//   double rowHeight = ov::height(description, 280, font);       // rounded up
-//   auto text = ov::attributed("Liked Songs", font, ov::Color::white(), 2.0);
+//   ov::Size s = ov::nsstring::textSizeWithFont(title, font, {280, ov::Size::unlimited});
+//   double rowHeight = ov::strings::height(description, 280, font);   // rounded up
+//   auto text = ov::strings::attributed("Liked Songs", font, ov::Color::white(), 2.0);
 //   ov::TextLayout layout = ov::layoutText(text, {280, 120});
 //   for (const auto& line : layout.lines) { line.origin, line.usedSize, line.range }
 //
@@ -72,12 +75,20 @@ TextLayout layoutText(const AttributedString& text, Size constrainedToSize);
 // Just the bounding size of layoutText().
 Size boundingSize(const AttributedString& text, Size constrainedToSize);
 
+}  // namespace ov
+
+namespace ov::nsstring {
+
 // Size of `text` drawn in `font` within `constrainedToSize`, wrapping by
 // words. Not rounded.
 Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedToSize);
 // Same, with the given line-break mode.
 Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedToSize,
                       LineBreakMode lineBreakMode);
+
+}  // namespace ov::nsstring
+
+namespace ov::strings {
 
 // Height of `text` in `font` wrapped (by words) at `constrainedWidth`, with no
 // height limit, rounded up to the next whole point so that a view of that
@@ -93,4 +104,4 @@ AttributedString attributed(std::string_view text, const Font& font, const Color
                             std::optional<TextAlignment> alignment = std::nullopt,
                             std::optional<LineBreakMode> lineBreakMode = std::nullopt);
 
-}  // namespace ov
+}  // namespace ov::strings
