@@ -1,0 +1,133 @@
+// ov::DynamicTask: the fullest task class. A GeneralTask that is indexable
+// ("--dynamic-task-<UUID>"), executable through a task manager, dependable,
+// combinable, completable, duplicable (a newcomer with the same id is
+// absorbed and gets this task's result through its own completion closure),
+// exclusive (an optional exclusiveId), disposable and interruptable: its
+// work can be paused and resumed at the points it marks.
+//
+//   class Scan : public ov::DynamicTask {
+//       void didExecute() override {
+//           for (auto& file : files) {
+//               markPausablePoint();          // blocks here while paused
+//               if (markCancelled()) return;   // cancelled while paused or running
+//               scan(file);
+//           }
+//           setResult(std::make_shared<ov::GeneralTaskResult>(true, std::nullopt));
+//           finish();
+//       }
+//   };
+//   auto scan = std::make_shared<Scan>();
+//   scan->execute();
+//   scan->pause();  ...  scan->resume();
+//
+// - pause()/resume() ask the operation to move to "isPaused"/"isResumed"; the
+//   task accepts a pause only while operating, not already paused and not
+//   cancelled, and a resume only while paused.
+// - markPausablePoint() blocks the work's thread while the operation is
+//   paused, until resume() (or until the operation is cancelled or expires,
+//   so that a paused task can never hang its thread forever).
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "OVUtility/Platform/DispatchSemaphore.h"
+#include "OVUtility/Tasks/StandardTask.h"
+#include "OVUtility/Tasks/TaskCompletable.h"
+
+namespace ov {
+
+class DynamicTask : public GeneralTask,
+                    public virtual TaskExecutable,
+                    public virtual TaskIndexable,
+                    public virtual TaskDependable,
+                    public virtual TaskCombinable,
+                    public virtual TaskCompletable,
+                    public virtual TaskDuplicable,
+                    public virtual TaskExclusible,
+                    public virtual TaskDisposable,
+                    public virtual TaskInterruptable {
+  public:
+    using CompletionClosure = GeneralTask::CompletionClosure;
+
+    DynamicTask();
+    static std::shared_ptr<DynamicTask> make() { return std::make_shared<DynamicTask>(); }
+
+    // ("--dynamic-task-" + UUID)
+    std::string taskId() const override;
+    void setTaskId(std::string taskId);
+    // (true)
+    bool canBeIndexed() const override;
+    void setCanBeIndexed(bool canBeIndexed) override;
+    // (TaskManager::sharedInstance())
+    std::shared_ptr<TaskOperationExecutor> taskExecutor() const override;
+    void setTaskExecutor(std::shared_ptr<TaskOperationExecutor> executor);
+    // (empty) Touched in the executor's serial context.
+    std::vector<std::string>& dependencies() override { return dependencies_; }
+    std::vector<std::shared_ptr<TaskResult>>& previousResults() override {
+        return previousResults_;
+    }
+    std::vector<std::shared_ptr<TaskDependable>>& nextTasks() override { return nextTasks_; }
+    // (false)
+    bool shouldRemoveQueueOnComplete() const override;
+    void setShouldRemoveQueueOnComplete(bool remove);
+    // (none)
+    std::optional<std::string> exclusiveId() const override;
+    void setExclusiveId(std::optional<std::string> exclusiveId);
+    // (empty) Touched in the executor's serial context.
+    std::vector<std::shared_ptr<TaskDuplicable>>& duplicatedTasks() override {
+        return duplicatedTasks_;
+    }
+    // Whether the work is blocked at a pausable point right now.
+    bool isBlockedAtPausablePoint() const;
+
+    // One overrider for GeneralTask's storage and the protocol views.
+    std::shared_ptr<TaskResult> result() const override { return GeneralTask::result(); }
+    void setResult(std::shared_ptr<TaskResult> result) override {
+        GeneralTask::setResult(std::move(result));
+    }
+    CompletionClosure completionClosure() const override {
+        return GeneralTask::completionClosure();
+    }
+    void setCompletionClosure(CompletionClosure closure) override {
+        GeneralTask::setCompletionClosure(std::move(closure));
+    }
+    std::shared_ptr<const PriorityValue> priority() const override {
+        return GeneralTask::priority();
+    }
+    TaskQualityOfService qualityOfService() const override {
+        return GeneralTask::qualityOfService();
+    }
+    using GeneralTask::setPriority;
+
+    void pause() override;
+    void resume() override;
+    // Called by the work on its operation thread; see the header comment.
+    void markPausablePoint();
+
+    bool shouldChange(const TaskState& state) override;
+    void didChange(const TaskState& from, const TaskState& to) override;
+
+  private:
+    void releasePausablePoint();
+
+    mutable std::mutex mutex_;
+    std::string taskId_;
+    std::atomic<bool> canBeIndexed_{true};
+    std::shared_ptr<TaskOperationExecutor> taskExecutor_;
+    std::vector<std::string> dependencies_;
+    std::vector<std::shared_ptr<TaskResult>> previousResults_;
+    std::vector<std::shared_ptr<TaskDependable>> nextTasks_;
+    std::atomic<bool> shouldRemoveQueueOnComplete_{false};
+    std::optional<std::string> exclusiveId_;
+    std::vector<std::shared_ptr<TaskDuplicable>> duplicatedTasks_;
+    // Exists only while the work is blocked at a pausable point. Guarded by
+    // its own mutex, which is never taken under the operation's lock.
+    mutable std::mutex pauseMutex_;
+    std::shared_ptr<DispatchSemaphore> semaphoreLock_;
+};
+
+}  // namespace ov

@@ -1,0 +1,304 @@
+#include "OVUtility/Tasks/GeneralTask.h"
+
+#include <cxxabi.h>
+#include <execinfo.h>
+
+#include <cstdlib>
+#include <typeinfo>
+
+#include "OVLog/OVLog.h"
+#include "OVUtility/Operations/OperationBridge.h"
+#include "OVUtility/Operations/OperationQueueAdditions.h"
+#include "OVUtility/Operations/OperationState.h"
+#include "OVUtility/Platform/OperationQueue.h"
+#include "OVUtility/Tasks/TaskDependable.h"
+#include "OVUtility/Tasks/TaskManager.h"
+
+namespace ov {
+
+namespace {
+
+ovlog::Module& logModule() {
+    static ovlog::Module& module = ovlog::Module::named("OperationTask");
+    return module;
+}
+
+std::string callStackSymbols() {
+    void* frames[64];
+    int count = ::backtrace(frames, 64);
+    char** symbols = ::backtrace_symbols(frames, count);
+    std::string text = "[";
+    for (int i = 0; i < count; ++i) {
+        if (i > 0) text += ", ";
+        text += '"';
+        text += std::to_string(i);
+        text += "   ";
+        text += symbols ? symbols[i] : "?";
+        text += '"';
+    }
+    text += "]";
+    std::free(symbols);
+    return text;
+}
+
+}  // namespace
+
+GeneralTask::GeneralTask()
+    : result_(std::make_shared<GeneralTaskResult>(false, std::nullopt)),
+      priority_(TaskPriority::shared(TaskPriority::medium)),
+      configuration_(std::make_shared<const DefaultTaskConfiguration>()),
+      operationConfiguration_(std::make_shared<const DefaultOperationConfiguration>()) {}
+
+GeneralTask::~GeneralTask() = default;
+
+// ------------------------------------------------------------------ properties
+
+std::shared_ptr<TaskResult> GeneralTask::result() const {
+    std::lock_guard lock(mutex_);
+    return result_;
+}
+
+void GeneralTask::setResult(std::shared_ptr<TaskResult> result) {
+    std::lock_guard lock(mutex_);
+    result_ = std::move(result);
+}
+
+bool GeneralTask::markCancelled() const {
+    return markCancelled_.load(std::memory_order_acquire);
+}
+
+void GeneralTask::setMarkCancelled(bool cancelled) {
+    markCancelled_.store(cancelled, std::memory_order_release);
+}
+
+std::shared_ptr<const PriorityValue> GeneralTask::priority() const {
+    std::lock_guard lock(mutex_);
+    return priority_;
+}
+
+void GeneralTask::setPriority(std::shared_ptr<const PriorityValue> priority) {
+    if (!priority) return;
+    std::lock_guard lock(mutex_);
+    priority_ = std::move(priority);
+}
+
+void GeneralTask::setPriority(TaskPriority priority) {
+    setPriority(TaskPriority::shared(priority.value()));
+}
+
+TaskQualityOfService GeneralTask::qualityOfService() const {
+    std::lock_guard lock(mutex_);
+    return qualityOfService_;
+}
+
+void GeneralTask::setQualityOfService(TaskQualityOfService qos) {
+    std::lock_guard lock(mutex_);
+    qualityOfService_ = qos;
+}
+
+std::shared_ptr<const TaskConfiguration> GeneralTask::configuration() const {
+    std::lock_guard lock(mutex_);
+    return configuration_;
+}
+
+void GeneralTask::setConfiguration(std::shared_ptr<const TaskConfiguration> configuration) {
+    std::lock_guard lock(mutex_);
+    configuration_ = std::move(configuration);
+}
+
+std::shared_ptr<const OperationConfiguration> GeneralTask::operationConfiguration() const {
+    std::lock_guard lock(mutex_);
+    return operationConfiguration_;
+}
+
+void GeneralTask::setOperationConfiguration(
+    std::shared_ptr<const OperationConfiguration> configuration) {
+    std::lock_guard lock(mutex_);
+    operationConfiguration_ = std::move(configuration);
+}
+
+GeneralTask::CompletionClosure GeneralTask::completionClosure() const {
+    std::lock_guard lock(mutex_);
+    return completionClosure_;
+}
+
+void GeneralTask::setCompletionClosure(CompletionClosure closure) {
+    std::lock_guard lock(mutex_);
+    completionClosure_ = std::move(closure);
+}
+
+std::shared_ptr<OperationBridge> GeneralTask::operationBridge() const {
+    std::lock_guard lock(mutex_);
+    return operationBridge_.lock();
+}
+
+void GeneralTask::setOperationBridge(const std::shared_ptr<OperationBridge>& bridge) {
+    std::lock_guard lock(mutex_);
+    operationBridge_ = bridge;
+}
+
+// ------------------------------------------------------------------ hooks
+
+bool GeneralTask::shouldChange(const TaskState& state) {
+    auto bridge = operationBridge();
+    return bridge ? bridge->isInState(state) : false;
+}
+
+void GeneralTask::willChange(const TaskState&, const TaskState&) {}
+
+void GeneralTask::didChange(const TaskState&, const TaskState& to) {
+    const auto key = to.kvoKeyPath();
+    if (key == OperationStateExecuting::instance().kvoKeyPath()) {
+        didExecute();
+    } else if (key == OperationStateFinished::instance().kvoKeyPath()) {
+        std::lock_guard lock(mutex_);
+        operationEnded_.store(true, std::memory_order_release);
+    } else if (key == OperationStateCanceled::instance().kvoKeyPath()) {
+        std::lock_guard lock(mutex_);
+        markCancelled_.store(true, std::memory_order_release);
+        operationEnded_.store(true, std::memory_order_release);
+    }
+}
+
+void GeneralTask::didExecute() {
+    finish();
+}
+
+void GeneralTask::willCancel(const std::optional<Error>&) {}
+
+void GeneralTask::willFinish() {}
+
+// ------------------------------------------------------------------ lifecycle
+
+void GeneralTask::cancel(std::optional<Error> error) {
+    if (hasBegunCompletion() || hasOperationEnded()) return;  // too late to change the outcome
+    willCancel(error);
+    markCancelled_.store(true, std::memory_order_release);
+    if (auto r = result()) r->setError(std::move(error));
+    if (auto bridge = operationBridge()) {
+        bridge->update(OperationStateCanceled::instance());
+    } else {
+        completeWithoutOperation();
+    }
+}
+
+void GeneralTask::finish() {
+    if (hasBegunCompletion() || hasOperationEnded()) return;
+    willFinish();
+    auto r = result();
+    const bool success = r && r->success();
+    OVLOG_AT(ovlog::Level::debug, logModule(), "GeneralTask", "finish()",
+             "task {} finish with result success:{}", description(), success);
+    auto bridge = operationBridge();
+    if (!success) {
+        // An unsuccessful result counts as a cancellation without an error.
+        markCancelled_.store(true, std::memory_order_release);
+        if (bridge) {
+            bridge->update(OperationStateCanceled::instance());
+            return;
+        }
+    } else if (bridge) {
+        bridge->update(OperationStateFinished::instance());
+        return;
+    }
+    completeWithoutOperation();
+}
+
+bool GeneralTask::storeWorkResult(std::shared_ptr<TaskResult> result) {
+    if (!result) result = std::make_shared<GeneralTaskResult>(false, std::nullopt);
+    std::lock_guard lock(mutex_);
+    if (markCancelled_.load(std::memory_order_acquire) ||
+        operationEnded_.load(std::memory_order_acquire) ||
+        completionBegun_.load(std::memory_order_acquire)) {
+        return false;
+    }
+    result_ = std::move(result);
+    return true;
+}
+
+bool GeneralTask::beginCompletion() {
+    return !completionBegun_.exchange(true, std::memory_order_acq_rel);
+}
+
+void GeneralTask::callCompletionClosure(const std::shared_ptr<TaskResult>& result) const {
+    if (auto closure = completionClosure()) closure(result);
+}
+
+void GeneralTask::completeWithoutOperation() {
+    OVLOG_AT(ovlog::Level::verbose, logModule(), "GeneralTask", "completeWithoutOperation()",
+             "task is canceled before added {} {}", description(), callStackSymbols());
+    auto self = sharedAs<OperationTask>();
+    if (!self) return;  // not owned by a shared_ptr: nobody to call back
+
+    // A task run by a task manager is completed there: its waiting tasks,
+    // duplicates and index entry are the manager's, on its serial queue.
+    if (auto* executable = dynamic_cast<TaskExecutable*>(this)) {
+        if (auto manager = std::dynamic_pointer_cast<TaskManager>(executable->taskExecutor())) {
+            manager->completeUnqueuedTask(std::move(self));
+            return;
+        }
+    }
+
+    auto result = this->result();
+    auto* indexable = dynamic_cast<TaskIndexable*>(this);
+    if (auto indexed = std::dynamic_pointer_cast<TaskResultIndexable>(result);
+        indexed && indexable) {
+        indexed->setTaskId(indexable->taskId());
+    }
+    auto deliver = [weak = std::weak_ptr<OperationTask>(self), result] {
+        auto task = std::dynamic_pointer_cast<GeneralTask>(weak.lock());
+        if (task && task->beginCompletion()) task->callCompletionClosure(result);
+    };
+    auto queueCompletion = [config = operationConfiguration(), deliver = std::move(deliver)] {
+        auto queue = config ? config->callbackQueue() : nullptr;
+        if (!queue) queue = sharedCallBackQueue();
+        queue->addOperation(deliver);
+    };
+    auto* combinable = dynamic_cast<TaskCombinable*>(this);
+    auto* executable = dynamic_cast<TaskExecutable*>(this);
+    auto executor = executable ? executable->taskExecutor() : nullptr;
+    if (combinable && executor) {
+        // The waiting tasks are the executor's to touch: hand the result over there.
+        executor->serialize(false, [self, result, queueCompletion] {
+            if (auto c = std::dynamic_pointer_cast<TaskCombinable>(self)) {
+                for (auto& next : c->nextTasks()) next->previousResults().push_back(result);
+            }
+            queueCompletion();
+        });
+        return;
+    }
+    if (combinable) {
+        for (auto& next : combinable->nextTasks()) next->previousResults().push_back(result);
+    }
+    queueCompletion();
+}
+
+std::string GeneralTask::className() const {
+    const char* mangled = typeid(*this).name();
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(mangled, nullptr, nullptr, &status);
+    std::string name = (status == 0 && demangled) ? demangled : mangled;
+    std::free(demangled);
+    // Drop namespace qualifiers ("ov::StandardClosureTask" -> "StandardClosureTask").
+    auto templateStart = name.find('<');
+    auto scope = name.rfind("::", templateStart);
+    if (scope != std::string::npos) name.erase(0, scope + 2);
+    return name;
+}
+
+std::string GeneralTask::description() const {
+    return className();
+}
+
+// ------------------------------------------------------------------ GeneralClosureTask
+
+GeneralClosureTask::GeneralClosureTask(TaskClosure closure) : taskClosure_(std::move(closure)) {}
+
+void GeneralClosureTask::didExecute() {
+    // A closure that returns no result failed (an unsuccessful result is
+    // stored). After a cancellation the work's result is dropped.
+    if (!storeWorkResult(taskClosure_ ? taskClosure_(*this) : nullptr)) return;
+    finish();
+}
+
+}  // namespace ov

@@ -1,0 +1,121 @@
+#include "OVUtility/Tasks/StandardTask.h"
+
+#include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/MainRunLoop.h"
+#include "OVUtility/Tasks/TaskManager.h"
+#include "OVUtility/Tasks/UUIDString.h"
+
+namespace ov {
+
+// ------------------------------------------------------------------ StandardTask
+
+StandardTask::StandardTask()
+    : taskId_(makeIdentifier("--standard-task-")), taskExecutor_(TaskManager::sharedInstance()) {}
+
+std::string StandardTask::taskId() const {
+    std::lock_guard lock(idMutex_);
+    return taskId_;
+}
+
+void StandardTask::setTaskId(std::string taskId) {
+    std::lock_guard lock(idMutex_);
+    taskId_ = std::move(taskId);
+}
+
+void StandardTask::replaceTaskId(std::string_view prefix) {
+    setTaskId(makeIdentifier(prefix));
+}
+
+bool StandardTask::canBeIndexed() const {
+    return canBeIndexed_.load(std::memory_order_acquire);
+}
+
+void StandardTask::setCanBeIndexed(bool canBeIndexed) {
+    canBeIndexed_.store(canBeIndexed, std::memory_order_release);
+}
+
+std::shared_ptr<TaskOperationExecutor> StandardTask::taskExecutor() const {
+    std::lock_guard lock(idMutex_);
+    return taskExecutor_;
+}
+
+void StandardTask::setTaskExecutor(std::shared_ptr<TaskOperationExecutor> executor) {
+    std::lock_guard lock(idMutex_);
+    taskExecutor_ = std::move(executor);
+}
+
+bool StandardTask::shouldRemoveQueueOnComplete() const {
+    return shouldRemoveQueueOnComplete_.load(std::memory_order_acquire);
+}
+
+void StandardTask::setShouldRemoveQueueOnComplete(bool remove) {
+    shouldRemoveQueueOnComplete_.store(remove, std::memory_order_release);
+}
+
+std::string StandardTask::description() const {
+    // The class name split at every "__"; the last piece names the task.
+    std::string name = className();
+    std::string_view view = name;
+    std::string_view last;
+    bool any = false;
+    while (true) {
+        auto pos = view.find("__");
+        std::string_view piece = view.substr(0, pos);
+        if (!piece.empty()) {
+            last = piece;
+            any = true;
+        }
+        if (pos == std::string_view::npos) break;
+        view.remove_prefix(pos + 2);
+    }
+    return any ? std::string(last) : taskId();
+}
+
+// ------------------------------------------------------------------ StandardClosureTask
+
+StandardClosureTask::StandardClosureTask(TaskClosure closure) : taskClosure_(std::move(closure)) {
+    replaceTaskId("--standard-closure-task-");
+}
+
+void StandardClosureTask::didExecute() {
+    // A closure that returns no result failed (see GeneralClosureTask).
+    if (!storeWorkResult(taskClosure_ ? taskClosure_(*this) : nullptr)) return;
+    finish();
+}
+
+// ------------------------------------------------------------------ StandardAsyncClosureTask
+
+StandardAsyncClosureTask::StandardAsyncClosureTask(TaskClosure closure)
+    : taskClosure_(std::move(closure)) {
+    replaceTaskId("--standard-async-closure-task-");
+}
+
+void StandardAsyncClosureTask::didExecute() {
+    Callback callback = [weak = weak_from_this()](std::shared_ptr<TaskResult> result) {
+        auto task = std::dynamic_pointer_cast<StandardAsyncClosureTask>(weak.lock());
+        if (!task) return;  // released meanwhile: nothing to report to
+        // A late report (the operation expired or was cancelled meanwhile) changes nothing.
+        if (!result) result = std::make_shared<GeneralTaskResult>(false, std::nullopt);
+        if (!task->storeWorkResult(result)) return;
+        if (!result->success()) {
+            task->cancel(result->error());
+        } else {
+            task->finish();
+        }
+    };
+    if (!taskClosure_) {
+        callback(nullptr);
+        return;
+    }
+    if (executeOnMainQueue() && !MainRunLoop::isMainThread()) {
+        DispatchQueue::main()->async([self = std::static_pointer_cast<StandardAsyncClosureTask>(
+                                          sharedAs<StandardAsyncClosureTask>()),
+                                      callback = std::move(callback)] {
+            if (self) self->taskClosure_(*self, callback);
+        });
+        return;
+    }
+    taskClosure_(*this, std::move(callback));
+}
+
+}  // namespace ov

@@ -1,0 +1,574 @@
+#include "OVUtility/Tasks/TaskManager.h"
+
+#include <cxxabi.h>
+
+#include <cstdlib>
+#include <typeinfo>
+
+#include "OVLog/OVLog.h"
+#include "OVUtility/Operations/OperationConfiguration.h"
+#include "OVUtility/Operations/OperationQueueAdditions.h"
+#include "OVUtility/Operations/SafeOperation.h"
+#include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/OperationQueue.h"
+#include "OVUtility/Tasks/GeneralTask.h"
+#include "OVUtility/Tasks/TaskCompletable.h"
+#include "OVUtility/Tasks/TaskConfigurable.h"
+#include "OVUtility/Tasks/TaskDependable.h"
+#include "OVUtility/Tasks/TaskInterruptable.h"
+#include "OVUtility/Tasks/TaskMap.h"
+
+namespace ov {
+
+namespace {
+
+ovlog::Module& logModule() {
+    static ovlog::Module& module = ovlog::Module::named("OperationTask");
+    return module;
+}
+
+// Every line of the manager names the unit "TaskManager" and the step.
+#define TM_LOG(level, function, ...) \
+    OVLOG_AT(::ovlog::Level::level, logModule(), "TaskManager", function, __VA_ARGS__)
+
+constexpr const char* kAddToQueue = "addToQueue(_:)";
+constexpr const char* kCompleteOperation = "completeOperation(taskId:priority:)";
+constexpr const char* kNotifyCompleteTask = "notifyCompleteTask(taskId:)";
+constexpr const char* kEnableQueues = "enableQueues(thatHavePriorityLowerThan:)";
+constexpr const char* kSuspendQueues = "suspendQueues(withLowerPriorityThan:)";
+constexpr const char* kAreQueuesEmpty = "areQueuesEmpty(withPriorityHigherThan:)";
+constexpr const char* kLogAllCurrentTasks = "logAllCurrentTasks()";
+
+std::string typeName(const void* object, const std::type_info& type) {
+    (void)object;
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(type.name(), nullptr, nullptr, &status);
+    std::string name = (status == 0 && demangled) ? demangled : type.name();
+    std::free(demangled);
+    return name;
+}
+
+// How log lines print a task: its description when it has one.
+template <typename T>
+std::string describe(const T& task) {
+    if (auto* general = dynamic_cast<const GeneralTask*>(&task)) return general->description();
+    if (auto* indexable = dynamic_cast<const TaskIndexable*>(&task)) return indexable->taskId();
+    return typeName(&task, typeid(task));
+}
+
+std::string taskIdOf(const OperationTask& task) {
+    auto* indexable = dynamic_cast<const TaskIndexable*>(&task);
+    return indexable ? indexable->taskId() : std::string();
+}
+
+std::shared_ptr<TaskResult> resultOf(const OperationTask& task) {
+    if (auto* general = dynamic_cast<const GeneralTask*>(&task)) return general->result();
+    if (auto* completable = dynamic_cast<const TaskCompletable*>(&task))
+        return completable->result();
+    return nullptr;
+}
+
+std::shared_ptr<const OperationConfiguration> configurationOf(const OperationTask& task) {
+    auto* configurable = dynamic_cast<const TaskConfigurable*>(&task);
+    return configurable ? configurable->operationConfiguration() : nullptr;
+}
+
+std::shared_ptr<OperationQueue> callbackQueueOf(const OperationTask& task) {
+    auto config = configurationOf(task);
+    auto queue = config ? config->callbackQueue() : nullptr;
+    // Completion closures never run on the manager's own queue (they may
+    // call taskExists()); without a configured queue they use the shared one.
+    return queue ? queue : sharedCallBackQueue();
+}
+
+// An indexable result carries the id of the task that produced it.
+void stampTaskId(const OperationTask& task, const std::shared_ptr<TaskResult>& result) {
+    auto* indexable = dynamic_cast<const TaskIndexable*>(&task);
+    if (!indexable) return;
+    if (auto stamped = std::dynamic_pointer_cast<TaskResultIndexable>(result)) {
+        stamped->setTaskId(indexable->taskId());
+    }
+}
+
+// Hands the task's final result to its completion closure; a GeneralTask
+// is completed only once, however many paths lead here.
+void deliverCompletion(const std::shared_ptr<OperationTask>& task) {
+    auto result = resultOf(*task);
+    stampTaskId(*task, result);
+    if (auto* general = dynamic_cast<GeneralTask*>(task.get())) {
+        if (general->beginCompletion()) general->callCompletionClosure(result);
+    } else if (auto* completable = dynamic_cast<TaskCompletable*>(task.get())) {
+        if (auto closure = completable->completionClosure()) closure(result);
+    }
+}
+
+// Tasks absorbed as duplicates get the registered task's result.
+void deliverToDuplicates(const std::vector<std::shared_ptr<TaskDuplicable>>& duplicates,
+                         const std::shared_ptr<TaskResult>& result) {
+    for (const auto& duplicate : duplicates) {
+        if (!duplicate) continue;
+        if (auto* general = dynamic_cast<GeneralTask*>(duplicate.get())) {
+            if (!general->beginCompletion()) continue;
+        }
+        duplicate->setResult(result);
+        if (auto closure = duplicate->completionClosure()) closure(result);
+    }
+}
+
+std::vector<std::shared_ptr<TaskDuplicable>> takeDuplicates(const OperationTask& task) {
+    std::vector<std::shared_ptr<TaskDuplicable>> taken;
+    if (auto* duplicable = dynamic_cast<TaskDuplicable*>(const_cast<OperationTask*>(&task))) {
+        taken.swap(duplicable->duplicatedTasks());
+    }
+    return taken;
+}
+
+void appendPreviousResults(const OperationTask& task, const std::shared_ptr<TaskResult>& result) {
+    if (!result) return;
+    auto* combinable = dynamic_cast<TaskCombinable*>(const_cast<OperationTask*>(&task));
+    if (!combinable) return;
+    for (auto& next : combinable->nextTasks()) {
+        if (next) next->previousResults().push_back(result);
+    }
+}
+
+// Whether this very task object has already been wrapped in an operation
+// (running, or run and not yet de-indexed).
+bool wasWrapped(const OperationTask& task) {
+    if (task.operationBridge()) return true;
+    if (auto* general = dynamic_cast<const GeneralTask*>(&task)) {
+        return general->hasOperationEnded() || general->hasBegunCompletion();
+    }
+    return false;
+}
+
+}  // namespace
+
+// ------------------------------------------------------------------ construction
+
+std::shared_ptr<TaskManager> TaskManager::sharedInstance() {
+    // Made once, thread-safely; lives for the whole process.
+    static auto* const instance = new std::shared_ptr<TaskManager>(make(defaultConfigurations()));
+    return *instance;
+}
+
+TaskManager::Configurations TaskManager::defaultConfigurations() {
+    auto low = std::make_shared<SerialQueueConfiguration>();
+    low->setPriority(TaskPriority::low);
+    auto medium = std::make_shared<ConcurrentQueueConfiguration>();
+    medium->setPriority(TaskPriority::medium);
+    auto high = std::make_shared<SerialQueueConfiguration>();
+    high->setPriority(TaskPriority::high);
+    return {std::move(low), std::move(medium), std::move(high)};
+}
+
+TaskManager::TaskManager()
+    : taskIndexer_(std::make_shared<TaskMap>()),
+      internalQueue_(DispatchQueue::make(
+          std::string(kInternalQueueLabel), DispatchQueue::Attributes::serial,
+          QualityOfService::unspecified, DispatchQueue::global(QualityOfService::defaultQoS))) {}
+
+TaskManager::~TaskManager() = default;
+
+std::shared_ptr<TaskManager> TaskManager::make(std::optional<Configurations> configurations) {
+    std::shared_ptr<TaskManager> manager(new TaskManager());
+    if (configurations) {
+        for (const auto& configuration : *configurations) {
+            if (configuration) manager->registerQueue(*configuration);
+        }
+    }
+    return manager;
+}
+
+void TaskManager::setTaskIndexer(std::shared_ptr<TaskIndexer> indexer) {
+    if (indexer) taskIndexer_ = std::move(indexer);
+}
+
+// ------------------------------------------------------------------ public operations
+
+void TaskManager::serialize(bool shouldWait, std::function<void()> closure) {
+    if (!closure) return;
+    if (shouldWait) {
+        internalQueue_->sync(closure);
+    } else {
+        internalQueue_->async(std::move(closure));
+    }
+}
+
+void TaskManager::addTask(std::shared_ptr<OperationTask> task) {
+    if (!task) return;
+    serialize(false, [weak = weak_from_this(), task = std::move(task)] {
+        if (auto self = weak.lock()) self->addToQueue(task);
+    });
+}
+
+bool TaskManager::taskExists(const std::string& indexId) {
+    bool exists = false;
+    serialize(true, [&] { exists = taskIndexer_->isIndexed(indexId); });
+    return exists;
+}
+
+bool TaskManager::isIdle() {
+    bool idle = true;
+    serialize(true, [&] {
+        for (const auto& [priority, slot] : operationQueues_) {
+            for (const auto& operation : slot.queue->operations()) {
+                if (!operation->isFinished()) {
+                    idle = false;
+                    return;
+                }
+            }
+        }
+    });
+    return idle;
+}
+
+void TaskManager::cancelTask(const std::string& indexId, std::optional<Error> error) {
+    if (!taskExists(indexId)) return;
+    serialize(false, [weak = weak_from_this(), indexId, error = std::move(error)] {
+        auto self = weak.lock();
+        if (!self) return;
+        auto task =
+            std::dynamic_pointer_cast<OperationTask>(self->taskIndexer_->indexedTask(indexId));
+        if (task) task->cancel(error);
+    });
+}
+
+void TaskManager::cancelAllTasks(const PriorityValue& priority) {
+    serialize(false, [weak = weak_from_this(), key = priority.intValue()] {
+        auto self = weak.lock();
+        if (!self) return;
+        for (const auto& [priority, slot] : self->operationQueues_) {
+            if (priority == key) slot.queue->cancelAllOperations();
+        }
+    });
+}
+
+void TaskManager::cancelAllTasks(Query query) {
+    if (!query) return;
+    serialize(false, [weak = weak_from_this(), query = std::move(query)] {
+        auto self = weak.lock();
+        if (!self) return;
+        for (const auto& indexable : self->taskIndexer_->allIndexedTasks()) {
+            if (!indexable || !query(indexable)) continue;
+            if (auto task = std::dynamic_pointer_cast<OperationTask>(indexable)) {
+                task->cancel(std::nullopt);
+            }
+        }
+    });
+}
+
+void TaskManager::cancelAllTasks() {
+    serialize(false, [weak = weak_from_this()] {
+        auto self = weak.lock();
+        if (!self) return;
+        for (const auto& [priority, slot] : self->operationQueues_) {
+            slot.queue->cancelAllOperations();
+        }
+    });
+}
+
+std::shared_ptr<OperationQueue> TaskManager::operationQueue(int priority) {
+    std::shared_ptr<OperationQueue> queue;
+    serialize(true, [&] {
+        if (auto it = operationQueues_.find(priority); it != operationQueues_.end()) {
+            queue = it->second.queue;
+        }
+    });
+    return queue;
+}
+
+std::vector<int> TaskManager::queuePriorities() {
+    std::vector<int> priorities;
+    serialize(true, [&] {
+        for (const auto& [priority, slot] : operationQueues_) priorities.push_back(priority);
+    });
+    return priorities;
+}
+
+// ------------------------------------------------------------------ admission
+
+void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
+    logAllCurrentTasks();
+
+    // 1. Cancelled before it got here: nothing to run, nothing to register.
+    if (task->markCancelled()) {
+        TM_LOG(debug, kAddToQueue, "{} is cancelled before added to queue", describe(*task));
+        return;
+    }
+
+    // 2. Duplicates and exclusivity. A task that is already registered as
+    // this very object is either a dependant whose last dependency has just
+    // completed (never wrapped yet: admit it again without asking the index,
+    // which would otherwise take it for its own duplicate) or the same task
+    // added twice (refused like any duplicate).
+    auto indexable = std::dynamic_pointer_cast<TaskIndexable>(task);
+    if (indexable) {
+        auto existing = taskIndexer_->indexedTask(indexable->taskId());
+        const bool sameObject = existing && existing.get() == indexable.get();
+        if ((sameObject && wasWrapped(*task)) ||
+            (!sameObject && !taskIndexer_->canIndex(indexable))) {
+            TM_LOG(warning, kAddToQueue, "duplication of {} is found in indexer", describe(*task));
+            return;
+        }
+        if (!sameObject) taskIndexer_->index(indexable);
+    }
+
+    // 3. Waiting for other tasks: stays registered, queued by notifyCompleteTask.
+    if (auto dependable = std::dynamic_pointer_cast<TaskDependable>(task);
+        dependable && !dependable->dependencies().empty()) {
+        TM_LOG(debug, kAddToQueue,
+               "{} waiting to be executed since its dependencies not yet satisfied",
+               describe(*task));
+        return;
+    }
+
+    // 4. The queue of the task's priority.
+    const int priority = task->priority() ? task->priority()->intValue() : 0;
+    auto queue = queueForTask(*task);
+    if (!queue) {
+        TM_LOG(error, kAddToQueue,
+               "{} can't find queue. This should be handled by disposable queue", describe(*task));
+        // It can never run: do not leave it registered.
+        if (indexable) deIndexFinished(task);
+        return;
+    }
+    QueueSlot& slot = operationQueues_[priority];
+
+    // 5. Lower queues wait for this one; this one waits for any busier higher one.
+    suspendQueues(priority);
+    const bool higherEmpty = areQueuesEmpty(priority);
+    if (!higherEmpty) {
+        for (const auto& [other, otherSlot] : operationQueues_) {
+            if (other > priority && otherSlot.unfinished > 0) {
+                TM_LOG(debug, kAddToQueue, "dependency with high priority {} to priority queue:{}",
+                       other, priority);
+            }
+        }
+    }
+    if (queue->isSuspended() == higherEmpty) queue->setSuspended(!higherEmpty);
+
+    // 6. Wrap it. The callback runs once, on the configuration's callback
+    // queue, when the operation has ended: it delivers the completion there
+    // (unless the task leaves the index first) and moves the bookkeeping
+    // onto the serial queue.
+    auto operation = SafeOperation::make(task);
+    operation->setQualityOfService(bridgeValue(task->qualityOfService()));
+    auto config = configurationOf(*task);
+    const bool deIndexFirst = config && config->deIndexBeforeCompletion();
+    operation->setCallBackClosure(
+        [weak = weak_from_this(), task, priority, queue = queue.get(), deIndexFirst] {
+            if (!deIndexFirst) deliverCompletion(task);
+            auto self = weak.lock();
+            if (!self) return;
+            self->serialize(false, [weak, task, priority, queue, deIndexFirst] {
+                auto self = weak.lock();
+                if (!self) return;
+                // The queue pointer only identifies the slot; it is never dereferenced.
+                auto it = self->operationQueues_.find(priority);
+                if (it != self->operationQueues_.end() && it->second.queue.get() == queue &&
+                    it->second.unfinished > 0) {
+                    --it->second.unfinished;
+                }
+                self->completeOperation(taskIdOf(*task), priority, task, nullptr, deIndexFirst);
+            });
+        });
+
+    // 7.
+    TM_LOG(debug, kAddToQueue, "adding task {} existingCount:{} suspended:{}", describe(*task),
+           incompleteOperationCount(*queue), queue->isSuspended());
+
+    // 8.
+    ++slot.unfinished;
+    queue->addOperation(std::move(operation));
+}
+
+// ------------------------------------------------------------------ queues
+
+std::shared_ptr<OperationQueue> TaskManager::queueForTask(const OperationTask& task) {
+    auto priority = task.priority();
+    if (!priority) priority = TaskPriority::shared(TaskPriority::medium);
+    const int key = priority->intValue();
+    if (auto it = operationQueues_.find(key); it != operationQueues_.end()) return it->second.queue;
+
+    // A queue made on demand mirrors the default layout: the medium band
+    // runs its tasks concurrently, every other band one at a time.
+    TaskQueueConfiguration configuration(priority, key == 0 ? -1 : 1, task.qualityOfService());
+    configuration.setQueueName(std::string(kDynamicQueueName));
+    registerQueue(configuration);
+    if (auto it = operationQueues_.find(key); it != operationQueues_.end()) return it->second.queue;
+    return nullptr;
+}
+
+void TaskManager::registerQueue(const QueueConfiguration& configuration) {
+    auto priority = configuration.priority();
+    if (!priority) return;
+    auto queue = makeOperationQueue(configuration);
+    if (!queue) return;
+    operationQueues_[priority->intValue()] = QueueSlot{std::move(queue), 0};
+}
+
+void TaskManager::suspendQueues(int withLowerPriorityThan) {
+    for (auto& [priority, slot] : operationQueues_) {
+        if (priority >= withLowerPriorityThan) break;
+        if (slot.queue->isSuspended()) continue;
+        TM_LOG(debug, kSuspendQueues, "lower priority than {} suspend queue priority {}",
+               withLowerPriorityThan, priority);
+        slot.queue->setSuspended(true);
+    }
+}
+
+bool TaskManager::areQueuesEmpty(int withPriorityHigherThan) {
+    for (auto it = operationQueues_.upper_bound(withPriorityHigherThan);
+         it != operationQueues_.end(); ++it) {
+        if (it->second.unfinished > 0) {
+            TM_LOG(debug, kAreQueuesEmpty, "queue with priority {} with operation count: {}",
+                   it->first, it->second.unfinished);
+            return false;
+        }
+    }
+    return true;
+}
+
+void TaskManager::enableQueues(int thatHavePriorityLowerThan) {
+    // From the highest lower queue down: each one runs again only when every
+    // queue above it is empty, so a busy middle queue keeps the ones below it
+    // waiting until its own last task completes.
+    auto end = operationQueues_.lower_bound(thatHavePriorityLowerThan);
+    for (auto it = std::make_reverse_iterator(end); it != operationQueues_.rend(); ++it) {
+        if (!it->second.queue->isSuspended()) continue;
+        if (!areQueuesEmpty(it->first)) break;  // everything further down waits as well
+        TM_LOG(debug, kEnableQueues, "enable queue with priority {}", it->first);
+        it->second.queue->setSuspended(false);
+    }
+}
+
+// ------------------------------------------------------------------ completion
+
+void TaskManager::completeOperation(const std::string& taskId, int priority,
+                                    const std::shared_ptr<OperationTask>& task,
+                                    const std::shared_ptr<OperationQueue>&, bool deIndexFirst) {
+    auto result = resultOf(*task);
+    stampTaskId(*task, result);
+    appendPreviousResults(*task, result);
+
+    // 1. The tasks waiting for this one.
+    notifyCompleteTask(taskId, task);
+
+    // 2. Out of the index, with its dependency links. Without
+    // deIndexBeforeCompletion the completion closure has already run (on the
+    // callback queue, before this step was scheduled), so the task leaves the
+    // index after its completion; with it, the task leaves first and the
+    // closure is scheduled below.
+    if (auto combinable = std::dynamic_pointer_cast<TaskCombinable>(task)) {
+        combinable->nextTasks().clear();
+    }
+    deIndexFinished(task);
+
+    // 3. A disposable task takes its on-demand queue with it, unless that
+    // queue still holds other work (whose operations must not be stranded).
+    if (auto disposable = std::dynamic_pointer_cast<TaskDisposable>(task);
+        disposable && disposable->shouldRemoveQueueOnComplete()) {
+        if (auto it = operationQueues_.find(priority);
+            it != operationQueues_.end() && it->second.unfinished == 0 &&
+            it->second.queue->name() == std::string(kDynamicQueueName)) {
+            operationQueues_.erase(it);
+        }
+    }
+
+    // 4. Lower queues run again once nothing above them is busy.
+    if (areQueuesEmpty(priority)) {
+        TM_LOG(debug, kCompleteOperation, "should enable queue lower than priority {}", priority);
+        enableQueues(priority);
+    } else {
+        for (auto it = operationQueues_.upper_bound(priority); it != operationQueues_.end(); ++it) {
+            if (it->second.unfinished == 0) continue;
+            TM_LOG(debug, kCompleteOperation,
+                   "dependency with high priority {} will resume the queue when added", it->first);
+        }
+    }
+
+    // Completion closures: the task's own (when it left the index first) and
+    // those of the tasks absorbed as its duplicates, which are taken in the
+    // same serial step that removed the task from the index, so no later
+    // duplicate can be missed.
+    auto duplicates = takeDuplicates(*task);
+    if (deIndexFirst || !duplicates.empty()) {
+        callbackQueueOf(*task)->addOperation(
+            [task, result, deIndexFirst, duplicates = std::move(duplicates)] {
+                if (deIndexFirst) deliverCompletion(task);
+                deliverToDuplicates(duplicates, result);
+            });
+    }
+}
+
+void TaskManager::notifyCompleteTask(const std::string& taskId,
+                                     const std::shared_ptr<OperationTask>& task) {
+    auto combinable = std::dynamic_pointer_cast<TaskCombinable>(task);
+    if (!combinable) return;
+    (void)taskId;
+    // Dependants are told in the order they started to wait. Each one drops
+    // the id asynchronously on this queue and is executed when none is left;
+    // a cancelled task's dependants keep waiting (TaskDependable).
+    auto waiting = combinable->nextTasks();
+    for (const auto& next : waiting) {
+        if (!next) continue;
+        TM_LOG(debug, kNotifyCompleteTask, "task {} trigger dependency task {}", describe(*task),
+               describe(*next));
+        next->didCompleteBlockingTask(combinable);
+    }
+}
+
+void TaskManager::deIndexFinished(const std::shared_ptr<OperationTask>& task) {
+    auto indexable = std::dynamic_pointer_cast<TaskIndexable>(task);
+    if (!indexable) return;
+    const std::string id = indexable->taskId();
+    // Only this task's own entry: an invisible entry (canBeIndexed off) may
+    // have been replaced by a newer task with the same id.
+    auto current = taskIndexer_->indexedTask(id);
+    if (!current || current.get() == indexable.get()) taskIndexer_->deIndex(id);
+}
+
+void TaskManager::completeUnqueuedTask(std::shared_ptr<OperationTask> task) {
+    if (!task) return;
+    serialize(false, [weak = weak_from_this(), task = std::move(task)] {
+        auto self = weak.lock();
+        if (!self) return;
+        auto result = resultOf(*task);
+        stampTaskId(*task, result);
+        appendPreviousResults(*task, result);
+        auto duplicates = takeDuplicates(*task);
+        // The callback holds the task weakly: a task nobody keeps (not even
+        // the index) gets no completion. It leaves the index after it.
+        callbackQueueOf(*task)->addOperation([weak, weakTask = std::weak_ptr<OperationTask>(task),
+                                              result, duplicates = std::move(duplicates)] {
+            auto task = weakTask.lock();
+            if (!task) return;
+            deliverCompletion(task);
+            deliverToDuplicates(duplicates, result);
+            if (auto self = weak.lock()) {
+                self->serialize(false, [weak, task] {
+                    if (auto self = weak.lock()) self->deIndexFinished(task);
+                });
+            }
+        });
+    });
+}
+
+// ------------------------------------------------------------------ diagnostics
+
+void TaskManager::logAllCurrentTasks() {
+    if (!ovlog::OLog::isEnabled(ovlog::Level::debug, logModule())) return;
+    TM_LOG(debug, kLogAllCurrentTasks, ":::: start checking all queues");
+    for (const auto& [priority, slot] : operationQueues_) {
+        TM_LOG(debug, kLogAllCurrentTasks, "queue priority:{}, operation count: {}", priority,
+               incompleteOperationCount(*slot.queue));
+    }
+    TM_LOG(debug, kLogAllCurrentTasks, ":::: all tasks in indexer");
+    for (const auto& indexed : taskIndexer_->allIndexedTasks()) {
+        if (indexed) TM_LOG(debug, kLogAllCurrentTasks, "{}", describe(*indexed));
+    }
+    TM_LOG(debug, kLogAllCurrentTasks, ":::: done checking all queues");
+}
+
+}  // namespace ov

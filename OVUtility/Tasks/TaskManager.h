@@ -1,0 +1,150 @@
+// ov::TaskManager: the scheduler of the task framework. Tasks reach it
+// through their executor: execute() calls addTask(), abort() calls
+// taskExists() and cancelTask(). Each accepted task is registered in the
+// task index (a TaskMap unless replaced), wrapped in a SafeOperation and
+// added to the operation queue of its priority.
+//
+//   auto manager = ov::TaskManager::sharedInstance();   // queues for low, medium, high
+//   auto task = ov::StandardClosureTask::make([](ov::GeneralTask&) { return ok(); });
+//   task->execute();                                     // -> manager->addTask(task)
+//   manager->taskExists(task->taskId());
+//   manager->cancelAllTasks(ov::TaskPriority(ov::TaskPriority::low));
+//
+//   auto mine = ov::TaskManager::make(std::nullopt);     // no queues until first use
+//
+// Scheduling rules:
+// - All bookkeeping (index, queue table) runs on one private serial queue,
+//   "--task-manager-queue", in submission order; serialize() is the way in.
+//   taskExists() and isIdle() wait for it, so they must not be called from
+//   inside a serialize() closure.
+// - Admission, in order: a task already cancelled is dropped ("is cancelled
+//   before added to queue"); a task the index refuses (same id registered:
+//   a duplicate is handed to the registered task, an equal exclusive id is
+//   refused) is dropped with a "duplication of " warning; a task still
+//   waiting for dependencies stays registered and is queued when the last
+//   of them completes.
+// - A queue runs only while no queue of higher priority holds unfinished
+//   work: adding a task suspends every lower queue, and its own queue stays
+//   suspended while a higher one is busy; when a task completes, each lower
+//   queue whose higher queues are all empty is resumed (the resumption
+//   cascades down as the higher queues drain). Running operations are never
+//   interrupted.
+// - A priority without a queue gets one on first use, named
+//   "--task-manager-dynamic-queue": concurrent for the medium band (0), serial
+//   for every other band, like the default layout. A disposable task
+//   (shouldRemoveQueueOnComplete) removes such a queue when it completes and
+//   the queue holds nothing else; queues given to make() are never removed.
+// - Completion: the completion closure gets the task's result exactly once,
+//   on the operation configuration's callback queue; the task leaves the
+//   index after that (or before it, with deIndexBeforeCompletion); tasks
+//   absorbed as duplicates get the same result through their own closures;
+//   waiting dependants get the result in previousResults and are told.
+//   A finished task never stays in the index.
+//
+// Log lines (module "OperationTask", unit "TaskManager") are part of the
+// contract; see TaskManager.cpp for the exact texts.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "OVUtility/Operations/QueueConfiguration.h"
+#include "OVUtility/Tasks/TaskExecutable.h"
+#include "OVUtility/Tasks/TaskIndexer.h"
+
+namespace ov {
+
+class DispatchQueue;
+class OperationQueue;
+class TaskResult;
+
+class TaskManager : public TaskOperationExecutor, public std::enable_shared_from_this<TaskManager> {
+  public:
+    using Configurations = std::vector<std::shared_ptr<const QueueConfiguration>>;
+
+    static constexpr std::string_view kInternalQueueLabel = "--task-manager-queue";
+    static constexpr std::string_view kDynamicQueueName = "--task-manager-dynamic-queue";
+
+    // The process-wide manager, made once (thread-safely) from defaultConfigurations().
+    static std::shared_ptr<TaskManager> sharedInstance();
+    // A new array on every call: serial low (-4), concurrent medium (0), serial high (4).
+    static Configurations defaultConfigurations();
+    // One queue per configuration, in order (a later one replaces an earlier
+    // one of the same priority); nullopt: no queue until first use.
+    static std::shared_ptr<TaskManager> make(std::optional<Configurations> configurations);
+
+    ~TaskManager() override;
+    TaskManager(const TaskManager&) = delete;
+    TaskManager& operator=(const TaskManager&) = delete;
+
+    // The task index. Only touch it inside serialize() once tasks flow.
+    std::shared_ptr<TaskIndexer> taskIndexer() const { return taskIndexer_; }
+    void setTaskIndexer(std::shared_ptr<TaskIndexer> indexer);
+
+    // Asynchronous: admits and queues the task on the serial queue.
+    void addTask(std::shared_ptr<OperationTask> task) override;
+    // Waits for the serial queue; whether a task with this id is registered.
+    bool taskExists(const std::string& indexId) override;
+    // Waits for the serial queue; true when no queue holds an unfinished operation.
+    virtual bool isIdle();
+    // When the task exists: cancels it (asynchronously) with `error`.
+    void cancelTask(const std::string& indexId, std::optional<Error> error) override;
+    // Asynchronous: cancels every operation of the queue of that priority.
+    virtual void cancelAllTasks(const PriorityValue& priority);
+    // Asynchronous: cancels every registered task the query accepts.
+    void cancelAllTasks(Query query) override;
+    // Asynchronous: cancels every operation of every queue.
+    virtual void cancelAllTasks();
+    // The one way onto the serial queue: wait for `closure` or schedule it.
+    void serialize(bool shouldWait, std::function<void()> closure) override;
+
+    // Used by the task classes: completes a task that never ran in an
+    // operation (cancelled or finished before it was queued): its result
+    // goes to its waiting tasks, its completion closure (and those of its
+    // duplicates) runs on the callback queue, then it leaves the index.
+    void completeUnqueuedTask(std::shared_ptr<OperationTask> task);
+
+    // Waits for the serial queue. The queue registered for a priority (or
+    // null), and the priorities that have a queue, in ascending order.
+    std::shared_ptr<OperationQueue> operationQueue(int priority);
+    std::vector<int> queuePriorities();
+
+  protected:
+    TaskManager();
+
+    // The steps below run on the serial queue (names as in the log lines).
+    virtual void addToQueue(const std::shared_ptr<OperationTask>& task);
+    virtual void completeOperation(const std::string& taskId, int priority,
+                                   const std::shared_ptr<OperationTask>& task,
+                                   const std::shared_ptr<OperationQueue>& queue, bool deIndexFirst);
+    virtual void notifyCompleteTask(const std::string& taskId,
+                                    const std::shared_ptr<OperationTask>& task);
+    virtual void enableQueues(int thatHavePriorityLowerThan);
+    virtual void suspendQueues(int withLowerPriorityThan);
+    virtual bool areQueuesEmpty(int withPriorityHigherThan);
+    virtual void logAllCurrentTasks();
+
+  private:
+    struct QueueSlot {
+        std::shared_ptr<OperationQueue> queue;
+        // Operations this manager added and has not yet completed; a queue
+        // "holds unfinished work" while this is above zero.
+        std::size_t unfinished = 0;
+    };
+
+    std::shared_ptr<OperationQueue> queueForTask(const OperationTask& task);
+    void registerQueue(const QueueConfiguration& configuration);
+    void deIndexFinished(const std::shared_ptr<OperationTask>& task);
+    void deliverDuplicates(const std::shared_ptr<OperationTask>& task,
+                           const std::shared_ptr<TaskResult>& result);
+
+    std::shared_ptr<TaskIndexer> taskIndexer_;
+    std::map<int, QueueSlot> operationQueues_;
+    std::shared_ptr<DispatchQueue> internalQueue_;
+};
+
+}  // namespace ov

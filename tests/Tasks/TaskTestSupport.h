@@ -1,0 +1,111 @@
+// Helpers for the end-to-end task tests: a gate that holds a task's work
+// until the test opens it, a thread-safe event log, task factories bound to
+// a given manager, and waits on the manager's state (all with deadlines).
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "OVUtility/Tasks/DynamicTask.h"
+#include "OVUtility/Tasks/StandardTask.h"
+#include "OVUtility/Tasks/TaskManager.h"
+#include "support/Eventually.h"
+
+namespace ovtest {
+
+// Blocks waiters until opened (or until a generous deadline, so that a
+// failing test cannot hang the run).
+class Gate {
+  public:
+    void open() {
+        {
+            std::lock_guard lock(mutex_);
+            open_ = true;
+        }
+        cv_.notify_all();
+    }
+    bool wait(double seconds = 20.0) {
+        std::unique_lock lock(mutex_);
+        return cv_.wait_for(lock, std::chrono::duration<double>(seconds), [&] { return open_; });
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    bool open_ = false;
+};
+
+// Events in the order they happened, from any thread.
+class EventLog {
+  public:
+    void add(std::string event) {
+        std::lock_guard lock(mutex_);
+        events_.push_back(std::move(event));
+    }
+    std::vector<std::string> events() const {
+        std::lock_guard lock(mutex_);
+        return events_;
+    }
+    bool contains(const std::string& event) const {
+        std::lock_guard lock(mutex_);
+        return std::find(events_.begin(), events_.end(), event) != events_.end();
+    }
+    // Position of an event, or -1.
+    int indexOf(const std::string& event) const {
+        std::lock_guard lock(mutex_);
+        auto it = std::find(events_.begin(), events_.end(), event);
+        return it == events_.end() ? -1 : static_cast<int>(it - events_.begin());
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> events_;
+};
+
+inline std::shared_ptr<ov::TaskResult> succeeded() {
+    return std::make_shared<ov::GeneralTaskResult>(true, std::nullopt);
+}
+
+// A closure task on `manager` that logs "<name> start", optionally waits for
+// `gate`, logs "<name> end" and succeeds; its completion logs "<name> done".
+inline std::shared_ptr<ov::StandardClosureTask> loggedTask(
+    const std::shared_ptr<ov::TaskManager>& manager, EventLog& log, std::string name,
+    ov::TaskPriority priority = ov::TaskPriority::medium, Gate* gate = nullptr) {
+    auto task = ov::StandardClosureTask::make([&log, name, gate](ov::GeneralTask&) {
+        log.add(name + " start");
+        if (gate) gate->wait();
+        log.add(name + " end");
+        return succeeded();
+    });
+    task->setTaskExecutor(manager);
+    task->setPriority(priority);
+    task->setCompletionClosure([&log, name](std::shared_ptr<ov::TaskResult> r) {
+        log.add(name + (r && r->success() ? " done" : " failed"));
+    });
+    return task;
+}
+
+inline std::size_t indexedCount(const std::shared_ptr<ov::TaskManager>& manager) {
+    std::size_t n = 0;
+    manager->serialize(true, [&] { n = manager->taskIndexer()->allIndexedTasks().size(); });
+    return n;
+}
+
+// Idle and nothing left in the index.
+inline bool settles(const std::shared_ptr<ov::TaskManager>& manager, double seconds = 20.0) {
+    return eventually([&] { return manager->isIdle() && indexedCount(manager) == 0; }, seconds);
+}
+
+// Waits `seconds` and reports whether `predicate` became true meanwhile
+// (for "this must not happen yet" checks).
+inline bool happensWithin(const std::function<bool()>& predicate, double seconds) {
+    return eventually(predicate, seconds);
+}
+
+}  // namespace ovtest
