@@ -9,6 +9,7 @@
 
 #include "OVLog/CaptureSink.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
+#include "OVUtility/Operations/OperationState.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "Tasks/TaskTestSupport.h"
 
@@ -243,6 +244,7 @@ TEST_F(TaskManagerTest, ACancelledBlockingTaskLeavesItsDependantWaiting) {
     blocker->execute();
     ASSERT_TRUE(eventually([&] { return log.contains("blocker start"); }));
     blocker->abort(Error{"test", 1, "stop"});
+    ASSERT_TRUE(eventually([&] { return blocker->markCancelled(); }));  // asynchronous
     gate.open();
     ASSERT_TRUE(eventually([&] { return log.contains("blocker failed"); }));
     EXPECT_TRUE(blocker->markCancelled());
@@ -361,6 +363,7 @@ TEST_F(TaskManagerTest, CancellingBeforeAndAfterStart) {
     ASSERT_TRUE(eventually([&] { return log.contains("first start"); }));
     ASSERT_TRUE(manager->taskExists(queued->taskId()));
     manager->cancelTask(queued->taskId(), Error{"test", 7});
+    ASSERT_TRUE(eventually([&] { return queued->markCancelled(); }));  // cancelTask is asynchronous
     gate.open();
     ASSERT_TRUE(eventually([&] { return log.contains("queued failed"); }));
     EXPECT_FALSE(log.contains("queued start"));
@@ -422,9 +425,13 @@ TEST_F(TaskManagerTest, CancelAllTasksByPriorityQueryAndEverything) {
     x->execute();
     y->execute();
     manager->cancelAllTasks();
+    // The running operation is cancelled too; its work's late result is dropped.
+    ASSERT_TRUE(eventually([&] { return log.contains("holder failed"); }));
     gate2.open();
     ASSERT_TRUE(eventually([&] { return log.contains("x failed") && log.contains("y failed"); }));
-    EXPECT_TRUE(log.contains("holder done"));  // already running: its work completed normally
+    EXPECT_FALSE(log.contains("x start"));
+    EXPECT_FALSE(log.contains("y start"));
+    EXPECT_TRUE(holder->markCancelled());
 }
 
 TEST_F(TaskManagerTest, ExpirationCancelsARunningTask) {
@@ -595,8 +602,11 @@ TEST_F(TaskManagerTest, AManagerThatIsGoneDropsItsWork) {
     std::weak_ptr<TaskManager> weak = gone;
     auto task = loggedTask(gone, log, "orphan");
     task->setTaskExecutor(nullptr);  // the task must not keep the manager alive
+    Gate gate;
+    gone->serialize(false, [&gate] { gate.wait(); });  // hold the serial queue
     gone->addTask(task);
     gone.reset();
-    EXPECT_TRUE(eventually([&] { return weak.expired(); }));
+    EXPECT_TRUE(weak.expired());
+    gate.open();
     EXPECT_FALSE(happensWithin([&] { return log.contains("orphan start"); }, 0.2));
 }
