@@ -19,6 +19,8 @@
 // - Nodes own their successor and hold their predecessor weakly, so a chain
 //   let go by `removeAllObjects` is freed (iteratively: long chains do not
 //   exhaust the stack).
+// - `head()`/`tail()` hand out the end nodes for inspection; walking their
+//   links is only safe while no other thread changes the dequeue.
 #pragma once
 
 #include <cstdint>
