@@ -196,10 +196,11 @@ TEST(CacheStore, ConcurrentReadersWritersAndWarnings) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < 5000; ++i) {
                 const int key = (i * 7 + t) % 100;
-                if (t == 0)
+                if (t == 0) {
                     store->set(key, i);
-                else if (auto v = store->get(key))
+                } else if (auto v = store->get(key)) {
                     ASSERT_GE(*v, 0);
+                }
                 if (t == 2 && i % 500 == 0) center->post(kWarning);
                 if (t == 1 && i % 700 == 0) store->cache()->evictUnderMemoryPressure();
             }
