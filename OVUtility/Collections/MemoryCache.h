@@ -23,6 +23,7 @@
 // - No count or cost limit and no expiry: entries stay until `clear()`.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,10 +32,35 @@
 
 #include "OVUtility/Collections/CacheAccess.h"
 #include "OVUtility/Collections/MemoryCacheItem.h"
+#include "OVUtility/Concurrency/DispatchQueueReaderWriter.h"
+#include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
 enum class MemoryCacheThreadSafePolicy { strict, fast };
+
+// A concurrent dispatch queue as a CacheAccess: reads through
+// ov::concurrentRead (sync, or inline from an operation running on the
+// queue), writes through ov::exclusiveWrite (an asynchronous barrier, or
+// inline from such an operation).
+class DispatchQueueCacheAccess final : public CacheAccess {
+  public:
+    explicit DispatchQueueCacheAccess(std::shared_ptr<DispatchQueue> queue)
+        : queue_(std::move(queue)) {}
+    // The access over the shared queue "com.orvanta.memory-cache.rwLock".
+    static std::shared_ptr<DispatchQueueCacheAccess> shared();
+
+    void concurrentRead(ReadBody body) override {
+        ov::concurrentRead(*queue_, [&] { body(); });
+    }
+    void exclusiveWrite(std::function<void()> body) override {
+        ov::exclusiveWrite(*queue_, std::move(body));
+    }
+    const std::shared_ptr<DispatchQueue>& queue() const { return queue_; }
+
+  private:
+    std::shared_ptr<DispatchQueue> queue_;
+};
 
 template <typename T>
 class MemoryCache : public std::enable_shared_from_this<MemoryCache<T>> {
@@ -42,8 +68,22 @@ class MemoryCache : public std::enable_shared_from_this<MemoryCache<T>> {
     using ThreadSafePolicy = MemoryCacheThreadSafePolicy;
     using Item = MemoryCacheItem<T>;
 
+    // On the shared queue "com.orvanta.memory-cache.rwLock".
+    static std::shared_ptr<MemoryCache> make(ThreadSafePolicy policy) {
+        return make(DispatchQueueCacheAccess::shared(), policy);
+    }
+    // On a concurrent queue of the caller's.
+    static std::shared_ptr<MemoryCache> make(std::shared_ptr<DispatchQueue> queue,
+                                             ThreadSafePolicy policy) {
+        return make(std::make_shared<DispatchQueueCacheAccess>(std::move(queue)), policy);
+    }
+    static std::shared_ptr<MemoryCache> make(std::nullptr_t, ThreadSafePolicy policy) {
+        return make(policy);
+    }
+    // With any access strategy (an empty one means the shared queue).
     static std::shared_ptr<MemoryCache> make(std::shared_ptr<CacheAccess> access,
                                              ThreadSafePolicy policy) {
+        if (!access) access = DispatchQueueCacheAccess::shared();
         return std::shared_ptr<MemoryCache>(new MemoryCache(std::move(access), policy));
     }
 
