@@ -1,6 +1,8 @@
 #include "OVUtility/Features/ProductFeature.h"
 
+#include <atomic>
 #include <set>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -141,6 +143,39 @@ TEST(ProductFeatureTest, SourceFileAndSetValues) {
     ov::Verification<bool> seen({true});
     seen.values.push_back(ProductFeature::product("TEST-500")->enabled());
     EXPECT_EQ(seen.values, (std::vector<bool>{true, false}));
+}
+
+}  // namespace
+
+namespace {
+
+// Features are meant for one thread, but reading them elsewhere must be safe.
+TEST(ProductFeatureTest, ConcurrentUseIsSafe) {
+    auto feature = ov::ProductFeature::product("TEST-600", "Threads", false);
+    std::atomic<int> notifications{0};
+    auto center = ov::NotificationCenter::defaultCenter();
+    auto token = center->addObserver(ov::ProductFeature::featureDidChangeNotificationName,
+                                     ov::AnyObject(feature), nullptr,
+                                     [&](const ov::Notification&) { ++notifications; });
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 200; ++i) {
+                if (t % 2 == 0) {
+                    feature->setEnabled(i % 2 == 0);
+                    feature->reset();
+                } else {
+                    EXPECT_EQ(ov::ProductFeature::product("TEST-600"), feature);
+                    (void)feature->description();
+                    (void)ov::ProductFeature::product("TEST-6" + std::to_string(10 + i % 5));
+                }
+            }
+        });
+    }
+    for (auto& t : threads) t.join();
+    center->removeObserver(token);
+    EXPECT_GT(notifications.load(), 0);
+    EXPECT_FALSE(feature->manuallyEnabled());
 }
 
 }  // namespace
