@@ -73,15 +73,20 @@ const std::vector<std::string_view>& lookAlikes() {
 
 size_t graphemeCount(std::string_view text) {
     if (text.empty()) return 0;
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::BreakIterator> it(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
     auto unicode = icu::UnicodeString::fromUTF8(
         icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-    if (U_FAILURE(status) || !it) return static_cast<size_t>(unicode.countChar32());
-    it->setText(unicode);
+    // One character break iterator per thread: creating one loads ICU data.
+    thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<icu::BreakIterator> it(
+            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+        if (U_FAILURE(status)) it.reset();
+        return it;
+    }();
+    if (!iterator) return static_cast<size_t>(unicode.countChar32());
+    iterator->setText(unicode);
     size_t count = 0;
-    for (int32_t p = it->next(); p != icu::BreakIterator::DONE; p = it->next()) ++count;
+    for (int32_t p = iterator->next(); p != icu::BreakIterator::DONE; p = iterator->next()) ++count;
     return count;
 }
 
