@@ -352,3 +352,35 @@ TEST(SafeOperationTest, ConcurrentCancelAndFinishDeliverOneCallback) {
         EXPECT_TRUE(f.op->isFinished());
     }
 }
+
+TEST(SafeOperationTest, CancelledWhileQueuedItIsStartedAndLeavesTheQueueFinished) {
+    auto queue = OperationQueue::make();
+    queue->setSuspended(true);
+    std::vector<std::unique_ptr<Fixture>> fixtures;
+    for (int i = 0; i < 5; ++i) {
+        fixtures.push_back(std::make_unique<Fixture>());
+        queue->addOperation(fixtures.back()->op);
+    }
+    queue->cancelAllOperations();
+    for (auto& f : fixtures) {
+        EXPECT_TRUE(f->op->isReady());
+        f->log->take();
+    }
+    queue->setSuspended(false);
+    queue->waitUntilAllOperationsAreFinished();
+    // The queue lets an operation go when it announces "isFinished"; the
+    // task's didChange hook and the callback follow on the operation's thread.
+    ASSERT_TRUE(ovtest::eventually([&] {
+        for (auto& f : fixtures) {
+            if (f->callbacks.load() != 1 || f->log->snapshot().size() != 8) return false;
+        }
+        return true;
+    }));
+    for (auto& f : fixtures) {
+        EXPECT_EQ(f->log->take(),
+                  concat(concat(transition("isTerminated", "isCancelled"), kFinishedPair),
+                         {"task-did:isTerminated>isCancelled"}));
+        EXPECT_EQ(f->callbacks.load(), 1);
+    }
+    EXPECT_EQ(queue->operationCount(), 0u);
+}
