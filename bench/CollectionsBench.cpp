@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <queue>
 #include <random>
 #include <shared_mutex>
@@ -18,6 +19,7 @@
 #include <vector>
 
 #include "BenchRatios.h"
+#include "OVUtility/Collections/MemoryCache.h"
 #include "OVUtility/Collections/OVLRUCache.h"
 #include "OVUtility/Collections/OVPriorityQueue.h"
 
@@ -152,6 +154,67 @@ void BM_PQ_Peer_StdPriorityQueue(benchmark::State& state) {
 BENCHMARK(BM_PQ_OVPriorityQueue)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_PQ_Peer_StdPriorityQueue)->Arg(1000)->Arg(100000);
 
+// ---------------------------------------------------------------- memory cache reads
+constexpr int kCacheKeys = 1024;
+
+const std::vector<ov::MemoryCacheItem<int>>& probes() {
+    static const auto* items = [] {
+        auto* v = new std::vector<ov::MemoryCacheItem<int>>();
+        for (int i = 0; i < kCacheKeys; ++i) v->emplace_back("key-" + std::to_string(i));
+        return v;
+    }();
+    return *items;
+}
+
+ov::MemoryCache<int>& strictCache() {
+    static const auto cache = [] {
+        auto c = ov::MemoryCache<int>::make(ov::MemoryCacheThreadSafePolicy::strict);
+        for (int i = 0; i < kCacheKeys; ++i) c->upsert(probes()[i].withValue(i));
+        c->value(probes()[0]);  // the writes are in place once a read gets through
+        return c;
+    }();
+    return *cache;
+}
+
+struct SharedMutexMap {
+    std::shared_mutex mutex;
+    std::unordered_map<std::string, std::optional<int>> map;
+    std::optional<int> get(const std::string& key) {
+        std::shared_lock lock(mutex);
+        auto it = map.find(key);
+        return it == map.end() ? std::nullopt : it->second;
+    }
+};
+
+SharedMutexMap& peerMap() {
+    static auto* peer = [] {
+        auto* p = new SharedMutexMap();
+        for (int i = 0; i < kCacheKeys; ++i) p->map.emplace(probes()[i].key, i);
+        return p;
+    }();
+    return *peer;
+}
+
+void BM_MemoryCache_StrictRead(benchmark::State& state) {
+    auto& cache = strictCache();
+    const auto& items = probes();
+    std::size_t i = static_cast<std::size_t>(state.thread_index()) * 7919;
+    for (auto _ : state) benchmark::DoNotOptimize(cache.value(items[i++ & (kCacheKeys - 1)]));
+    state.SetItemsProcessed(state.iterations());
+}
+
+void BM_MemoryCache_Peer_SharedMutexMap(benchmark::State& state) {
+    auto& peer = peerMap();
+    const auto& items = probes();
+    std::size_t i = static_cast<std::size_t>(state.thread_index()) * 7919;
+    for (auto _ : state) benchmark::DoNotOptimize(peer.get(items[i++ & (kCacheKeys - 1)].key));
+    state.SetItemsProcessed(state.iterations());
+}
+
+// Real time: with two threads, items per second is the combined throughput.
+BENCHMARK(BM_MemoryCache_StrictRead)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(BM_MemoryCache_Peer_SharedMutexMap)->Threads(1)->Threads(2)->UseRealTime();
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -161,5 +224,11 @@ int main(int argc, char** argv) {
          {"BM_LRU_OVLRUCache/100000", "BM_LRU_Peer_ListMap/100000"},
          {"BM_LRU_OVLRUCache/1000000", "BM_LRU_Peer_ListMap/1000000"},
          {"BM_PQ_OVPriorityQueue/1000", "BM_PQ_Peer_StdPriorityQueue/1000"},
-         {"BM_PQ_OVPriorityQueue/100000", "BM_PQ_Peer_StdPriorityQueue/100000"}});
+         {"BM_PQ_OVPriorityQueue/100000", "BM_PQ_Peer_StdPriorityQueue/100000"},
+         {"BM_MemoryCache_StrictRead/real_time/threads:1",
+          "BM_MemoryCache_Peer_SharedMutexMap/real_time/threads:1"},
+         {"BM_MemoryCache_StrictRead/real_time/threads:2",
+          "BM_MemoryCache_Peer_SharedMutexMap/real_time/threads:2"},
+         {"BM_MemoryCache_StrictRead/real_time/threads:2",
+          "BM_MemoryCache_StrictRead/real_time/threads:1"}});
 }
