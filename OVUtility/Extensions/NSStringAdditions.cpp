@@ -17,6 +17,7 @@
 #include "OVLog/OVLog.h"
 #include "OVUtility/Extensions/ListenerCountFormat.h"
 #include "OVUtility/Extensions/UnicodeSupport.h"
+#include "OVUtility/Platform/Bundle.h"
 
 namespace ov::nsstring {
 namespace {
@@ -242,7 +243,7 @@ std::string unCamelCase(std::string_view text) {
     const std::size_t first = detail::firstGraphemeLength(out);
     if (first == 0) return out;
     icu::UnicodeString head = detail::toUnicode(std::string_view(out).substr(0, first));
-    head.toTitle(nullptr, icu::Locale::getDefault());
+    head.toTitle(nullptr, icu::Locale::getRoot());  // locale-independent, as the platform
     return detail::toUtf8(head) + out.substr(first);
 }
 
@@ -306,18 +307,12 @@ InfoDictionaryProvider infoDictionaryFromJsonFile(std::string path) {
     };
 }
 
-bool isPrefixedBySupportedURLScheme(std::string_view text) {
-    std::shared_ptr<InfoDictionaryProvider> provider;
-    {
-        auto& state = infoDictionaryState();
-        std::lock_guard lock(state.mutex);
-        provider = state.provider;
-    }
-    if (!provider) return false;
-    std::optional<nlohmann::json> info = (*provider)();
-    if (!info || !info->is_object()) return false;
-    auto types = info->find("CFBundleURLTypes");
-    if (types == info->end() || !types->is_array() || types->empty()) return false;
+namespace {
+
+bool beginsWithListedScheme(std::string_view text, const nlohmann::json& info) {
+    if (!info.is_object()) return false;
+    auto types = info.find("CFBundleURLTypes");
+    if (types == info.end() || !types->is_array() || types->empty()) return false;
     const nlohmann::json& first = types->front();
     if (!first.is_object()) return false;
     auto schemes = first.find("CFBundleURLSchemes");
@@ -327,6 +322,24 @@ bool isPrefixedBySupportedURLScheme(std::string_view text) {
             return true;
     }
     return false;
+}
+
+}  // namespace
+
+bool isPrefixedBySupportedURLScheme(std::string_view text) {
+    std::shared_ptr<InfoDictionaryProvider> provider;
+    {
+        auto& state = infoDictionaryState();
+        std::lock_guard lock(state.mutex);
+        provider = state.provider;
+    }
+    if (provider) {
+        std::optional<nlohmann::json> info = (*provider)();
+        return info && beginsWithListedScheme(text, *info);
+    }
+    // The main bundle's dictionary is read in place (bundles are immutable).
+    std::shared_ptr<Bundle> bundle = Bundle::main();
+    return bundle && beginsWithListedScheme(text, bundle->infoDictionary());
 }
 
 bool isSupportedAppleURLScheme(std::string_view text) {

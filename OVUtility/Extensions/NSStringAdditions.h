@@ -97,19 +97,19 @@ std::string pluralizedWithCount(std::string_view text, std::int64_t count);
 // is required). No dictionary, a malformed one or an empty list gives false.
 bool isPrefixedBySupportedURLScheme(std::string_view text);
 
-// The main bundle's information dictionary as JSON (the platform's property
-// list as a JSON object), or nullopt when there is none.
+// The information dictionary as JSON (the platform's property list as a JSON
+// object), or nullopt when there is none.
 using InfoDictionaryProvider = std::function<std::optional<nlohmann::json>()>;
 
-// Installs the source of the main bundle's information dictionary used by
-// isPrefixedBySupportedURLScheme. Until one is set there is no dictionary
-// (the test answers false). Thread-safe; the provider is called on each test
-// and must be thread-safe itself.
+// Replaces the source of the information dictionary used by
+// isPrefixedBySupportedURLScheme; nullptr restores the default, which is
+// ov::Bundle::main()->infoDictionary() (the main bundle's "Info.json").
+// Thread-safe; the provider is called on each test and must be thread-safe.
 void setInfoDictionaryProvider(InfoDictionaryProvider provider);
 
-// A provider that reads a JSON file (e.g. "Info.json" in the bundle
-// directory) once, on its first call, and serves that result afterwards. A
-// missing or malformed file logs a warning and gives no dictionary.
+// A provider that reads a JSON file once, on its first call, and serves that
+// result afterwards. A missing or malformed file logs a warning and gives no
+// dictionary.
 InfoDictionaryProvider infoDictionaryFromJsonFile(std::string path);
 
 // Begins with "http://itunes.apple.com", "https://itunes.apple.com",

@@ -10,6 +10,7 @@
 
 #include "Extensions/LocaleGuard.h"
 #include "OVLog/CaptureSink.h"
+#include "OVUtility/Platform/Bundle.h"
 
 namespace ns = ov::nsstring;
 
@@ -282,7 +283,23 @@ TEST(NSStringAdditions, SupportedSchemesComeFromTheInfoDictionary) {
         EXPECT_FALSE(ns::isPrefixedBySupportedURLScheme("orvanta://")) << malformed;
     }
     ns::setInfoDictionaryProvider(nullptr);
-    EXPECT_FALSE(ns::isPrefixedBySupportedURLScheme("orvanta://"));
+}
+
+TEST(NSStringAdditions, SupportedSchemesDefaultToTheMainBundle) {
+    const auto directory =
+        std::filesystem::temp_directory_path() / ("ovtest-bundle-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(directory);
+    {
+        std::ofstream file(directory / "Info.json");
+        file << R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": ["mainscheme"]}]})";
+    }
+    const auto previous = ov::Bundle::main();
+    ov::Bundle::setMain(ov::Bundle::make(directory));
+    ns::setInfoDictionaryProvider(nullptr);
+    EXPECT_TRUE(ns::isPrefixedBySupportedURLScheme("mainscheme://x"));
+    EXPECT_FALSE(ns::isPrefixedBySupportedURLScheme("orvanta://x"));
+    ov::Bundle::setMain(previous);
+    std::filesystem::remove_all(directory);
 }
 
 TEST(NSStringAdditions, StoreHostPrefixes) {
