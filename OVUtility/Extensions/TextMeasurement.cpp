@@ -27,6 +27,8 @@ using detail::FontFace;
 using FacePtr = std::shared_ptr<const FontFace>;
 
 constexpr char32_t kEllipsis = 0x2026;
+// The platform's default tab stops: every 28 points.
+constexpr double kTabInterval = 28;
 
 // ICU iterators, the bidi object and the HarfBuzz buffer are costly to
 // create and cheap to reuse; each thread keeps its own set.
@@ -384,8 +386,18 @@ class ParagraphLayout {
                       if (unsafe) unsafe_[cluster] = true;
                   });
         }
+        // Tabs advance to the next default tab stop. Stops are counted from the
+        // paragraph's start (exact for the first line of a paragraph).
         prefix_.assign(length_ + 1, 0.0);
-        for (int32_t i = 0; i < length_; ++i) prefix_[i + 1] = prefix_[i] + advance_[i];
+        shapedPrefix_.assign(length_ + 1, 0.0);
+        for (int32_t i = 0; i < length_; ++i) {
+            shapedPrefix_[i + 1] = shapedPrefix_[i] + advance_[i];
+            if (text_[i] == u'\t') {
+                const double x = prefix_[i];
+                advance_[i] = (std::floor(x / kTabInterval + 1e-9) + 1) * kTabInterval - x;
+            }
+            prefix_[i + 1] = prefix_[i] + advance_[i];
+        }
     }
 
     int32_t trimmedEnd(int32_t start, int32_t end) const {
@@ -403,7 +415,8 @@ class ParagraphLayout {
         const bool exact = (startsLine && start > 0 && unsafe_[start]) ||
                            (endsLine && end < length_ && unsafe_[end]);
         if (!exact) return span(start, end);
-        double width = 0;
+        // Re-shaped width, with tab stops applied as in span().
+        double width = span(start, end) - (shapedPrefix_[end] - shapedPrefix_[start]);
         for (const Item& item : items_) {
             const int32_t a = std::max(item.start, start);
             const int32_t b = std::min(item.end, end);
@@ -590,7 +603,8 @@ class ParagraphLayout {
     std::vector<Item> items_;
     std::vector<FacePtr> keepAlive_;
     std::vector<double> advance_;
-    std::vector<double> prefix_;
+    std::vector<double> prefix_;        // with tab stops
+    std::vector<double> shapedPrefix_;  // as shaped
     std::vector<bool> clusterStart_;
     std::vector<bool> unsafe_;
     std::vector<int32_t> graphemes_;

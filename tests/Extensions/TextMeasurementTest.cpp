@@ -254,6 +254,19 @@ TEST(TextMeasurementTest, ParagraphsAndLineBreaks) {
                 3 * lh, 1e-9);
 }
 
+TEST(TextMeasurementTest, TabsAdvanceToTabStops) {
+    EXPECT_NEAR(widthOf("a\tb"), 28 + widthOf("b"), 1e-9);
+    EXPECT_NEAR(widthOf("\t\tb"), 56 + widthOf("b"), 1e-9);
+    // Past a stop already: on to the next one.
+    const std::string wide = "Long track title";
+    const double w = widthOf(wide);
+    ASSERT_GT(w, 84);
+    ASSERT_LT(w, 112);
+    EXPECT_NEAR(widthOf(wide + "\t3:45"), 112 + widthOf("3:45"), 1e-9);
+    // Each paragraph starts its own stops.
+    EXPECT_NEAR(widthOf(wide + "\n\tx"), widthOf(wide), 1e-9);
+}
+
 TEST(TextMeasurementTest, HeightLimitKeepsWholeLines) {
     const double lh = sans().lineHeight();
     const std::string text = "one two three four five six";
