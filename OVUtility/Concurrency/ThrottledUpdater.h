@@ -16,10 +16,16 @@
 // runs on the thread that calls `setNeedsUpdate()`/`updateImmediately()`, or
 // on `workQueue` for a request served at the end of a cooldown.
 //
-// The cooldown timer comes from the given DispatchTimerProvider (interval
-// `cooldownTime`, leeway 0.1 s); its event holds the updater weakly, and
-// releasing the updater invalidates the timer, so a released updater never
-// runs its block again.
+// The cooldown timer comes from the given DispatchTimerProvider (a
+// DispatchTimerFactory when null; interval `cooldownTime`, leeway 0.1 s); its
+// event holds the updater weakly, and releasing the updater invalidates the
+// timer, so a released updater never runs its block again. A provider that
+// returns no timer leaves the updater without cooldowns: every request runs
+// at once.
+//
+// The block must not request an update of its own updater synchronously:
+// there is no cooldown yet while it runs, so the request would run the block
+// again, recursively. Post such a request to `workQueue` instead.
 //
 // ThrottledUpdaterFactory makes updaters as ThrottledUpdating, so that
 // callers can substitute their own implementation.
