@@ -193,18 +193,34 @@ void runMonitor(Monitor& m, int wakeFd, int sourceFd, MemoryPressureMonitor::Sou
     }
 }
 
+// Stops the running monitor thread, if any (the monitor's mutex is held).
+void stopLocked(Monitor& m) {
+    if (!m.thread.joinable()) return;
+    m.stopping = true;
+    const std::uint64_t one = 1;
+    (void)!::write(m.wakeFd, &one, sizeof one);
+    m.thread.join();
+    ::close(m.wakeFd);
+    ::close(m.sourceFd);
+    m.wakeFd = m.sourceFd = -1;
+    m.source = MemoryPressureMonitor::Source::none;
+    m.options = {};
+}
+
 }  // namespace
 
-MemoryPressureMonitor::Source MemoryPressureMonitor::start() { return start(Options()); }
+MemoryPressureMonitor::Source MemoryPressureMonitor::start() {
+    return start(Options());
+}
 
 MemoryPressureMonitor::Source MemoryPressureMonitor::start(Options options) {
     return start(Source::none, std::move(options));
 }
 
 MemoryPressureMonitor::Source MemoryPressureMonitor::start(Source only, Options options) {
-    stop();
     Monitor& m = Monitor::shared();
     std::lock_guard lock(m.mutex);
+    stopLocked(m);  // one monitor at a time, also when two threads start at once
     int sourceFd = -1;
     Source source = Source::none;
     if (only == Source::none || only == Source::pressureStallInformation) {
@@ -253,16 +269,7 @@ MemoryPressureMonitor::Source MemoryPressureMonitor::start(Source only, Options 
 void MemoryPressureMonitor::stop() {
     Monitor& m = Monitor::shared();
     std::lock_guard lock(m.mutex);
-    if (!m.thread.joinable()) return;
-    m.stopping = true;
-    const std::uint64_t one = 1;
-    (void)!::write(m.wakeFd, &one, sizeof one);
-    m.thread.join();
-    ::close(m.wakeFd);
-    ::close(m.sourceFd);
-    m.wakeFd = m.sourceFd = -1;
-    m.source = Source::none;
-    m.options = {};
+    stopLocked(m);
 }
 
 MemoryPressureMonitor::Source MemoryPressureMonitor::activeSource() {

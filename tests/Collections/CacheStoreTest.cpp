@@ -150,6 +150,22 @@ TEST(MemoryPressureMonitor, ArmsPressureStallTriggerWhereAvailable) {
     EXPECT_EQ(ov::MemoryPressureMonitor::start(options), ov::MemoryPressureMonitor::Source::none);
 }
 
+TEST(MemoryPressureMonitor, StartAndStopFromSeveralThreads) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([] {
+            for (int i = 0; i < 20; ++i) {
+                ov::MemoryPressureMonitor::start();
+                ov::MemoryPressureMonitor::simulateMemoryWarning();
+                if (i % 3 == 0) ov::MemoryPressureMonitor::stop();
+            }
+        });
+    }
+    for (auto& th : threads) th.join();
+    ov::MemoryPressureMonitor::stop();
+    EXPECT_EQ(ov::MemoryPressureMonitor::activeSource(), ov::MemoryPressureMonitor::Source::none);
+}
+
 TEST(CacheStore, StoresRemovesAndEmptiesOnMemoryWarning) {
     auto center = ov::NotificationCenter::make();
     auto store = ov::CacheStore<std::string, int>::make(nullptr, center);
