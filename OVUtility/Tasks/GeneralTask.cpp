@@ -41,12 +41,20 @@ std::string callStackSymbols() {
     return text;
 }
 
+// The default task configuration is empty and immutable: one instance serves
+// every task.
+std::shared_ptr<const TaskConfiguration> defaultTaskConfiguration() {
+    static const auto* const configuration = new std::shared_ptr<const TaskConfiguration>(
+        std::make_shared<const DefaultTaskConfiguration>());
+    return *configuration;
+}
+
 }  // namespace
 
 GeneralTask::GeneralTask()
     : result_(std::make_shared<GeneralTaskResult>(false, std::nullopt)),
       priority_(TaskPriority::shared(TaskPriority::medium)),
-      configuration_(std::make_shared<const DefaultTaskConfiguration>()),
+      configuration_(defaultTaskConfiguration()),
       operationConfiguration_(std::make_shared<const DefaultOperationConfiguration>()) {}
 
 GeneralTask::~GeneralTask() = default;

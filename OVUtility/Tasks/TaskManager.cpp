@@ -370,7 +370,7 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
                     it->second.unfinished > 0) {
                     --it->second.unfinished;
                 }
-                self->completeOperation(taskIdOf(*task), priority, task, nullptr, deIndexFirst);
+                self->completeOperation(taskIdOf(*task), priority, task, deIndexFirst);
             });
         });
 
@@ -446,8 +446,7 @@ void TaskManager::enableQueues(int thatHavePriorityLowerThan) {
 // ------------------------------------------------------------------ completion
 
 void TaskManager::completeOperation(const std::string& taskId, int priority,
-                                    const std::shared_ptr<OperationTask>& task,
-                                    const std::shared_ptr<OperationQueue>&, bool deIndexFirst) {
+                                    const std::shared_ptr<OperationTask>& task, bool deIndexFirst) {
     auto result = resultOf(*task);
     stampTaskId(*task, result);
     appendPreviousResults(*task, result);

@@ -118,9 +118,10 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
 
     // The steps below run on the serial queue (names as in the log lines).
     virtual void addToQueue(const std::shared_ptr<OperationTask>& task);
+    // `deIndexFirst`: the task's deIndexBeforeCompletion (its completion
+    // closure has not run yet and is scheduled here, after the removal).
     virtual void completeOperation(const std::string& taskId, int priority,
-                                   const std::shared_ptr<OperationTask>& task,
-                                   const std::shared_ptr<OperationQueue>& queue, bool deIndexFirst);
+                                   const std::shared_ptr<OperationTask>& task, bool deIndexFirst);
     virtual void notifyCompleteTask(const std::string& taskId,
                                     const std::shared_ptr<OperationTask>& task);
     virtual void enableQueues(int thatHavePriorityLowerThan);
