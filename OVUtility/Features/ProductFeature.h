@@ -112,4 +112,7 @@ class ProductFeature : public ProductTogglable,
     const std::shared_ptr<NotificationCenter> notificationCenter_;
 };
 
+// The name under which the other object model knows the class.
+using OVProductFeature = ProductFeature;
+
 }  // namespace ov

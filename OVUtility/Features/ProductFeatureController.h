@@ -68,4 +68,7 @@ class ProductFeatureController {
     static void setBundleToLoad(std::shared_ptr<Bundle> bundle);
 };
 
+// The name under which the other object model knows the class.
+using OVProductFeatureController = ProductFeatureController;
+
 }  // namespace ov

@@ -63,4 +63,7 @@ class LocalizedString {
     static std::shared_ptr<Bundle> bundle();
 };
 
+// The name under which the other object model knows the class.
+using OVLocalizedString = LocalizedString;
+
 }  // namespace ov
