@@ -6,6 +6,7 @@
 #include "OVUtility/Operations/OperationState.h"
 #include "OVUtility/Tasks/TaskPriority.h"
 #include "OVUtility/Tasks/TaskResult.h"
+#include "OVUtility/Tasks/TaskStrictTypeCompletable.h"
 #include "Tasks/FakeTask.h"
 
 using namespace ov;
@@ -199,4 +200,54 @@ TEST(TaskDuplicableDefaultsTest, ProcessDuplicateOnlyAppends) {
     EXPECT_EQ(first->duplicatedTasks()[0].get(), static_cast<TaskDuplicable*>(second.get()));
     EXPECT_FALSE(first->markCancelled());
     EXPECT_TRUE(second->duplicatedTasks().empty());
+}
+
+namespace {
+
+struct FetchConfig {
+    std::string url;
+};
+
+// A task with a typed result and configuration.
+class FetchTask : public FakeTask,
+                  public TaskStrictTypeCompletable<IndexableTaskResult, FetchConfig> {
+  public:
+    static std::shared_ptr<FetchTask> make(FetchConfig config) {
+        return std::make_shared<FetchTask>(std::move(config));
+    }
+    explicit FetchTask(FetchConfig config) : FakeTask("fetch"), config_(std::move(config)) {}
+
+    std::shared_ptr<IndexableTaskResult> typedResult() const override {
+        return std::dynamic_pointer_cast<IndexableTaskResult>(result());
+    }
+    const FetchConfig& typedConfiguration() const override { return config_; }
+    void complete(std::shared_ptr<IndexableTaskResult> r) override { setResult(std::move(r)); }
+    std::shared_ptr<const TaskConfiguration> configuration() const override {
+        return std::make_shared<DefaultTaskConfiguration>();
+    }
+    std::shared_ptr<const OperationConfiguration> operationConfiguration() const override {
+        return nullptr;
+    }
+
+  private:
+    FetchConfig config_;
+};
+static_assert(StrictTypeCompletableTask<FetchTask>);
+static_assert(!StrictTypeCompletableTask<FakeTask>);
+
+}  // namespace
+
+TEST(TaskStrictTypeCompletableTest, TypedResultAndConfigurationNeedNoCasts) {
+    auto task = FetchTask::make({"https://example.invalid/a"});
+    EXPECT_EQ(task->typedConfiguration().url, "https://example.invalid/a");
+    EXPECT_EQ(task->typedResult(), nullptr);
+    task->setResult(std::make_shared<GeneralTaskResult>(true, std::nullopt));
+    EXPECT_EQ(task->typedResult(), nullptr);  // a result of another type is not typed
+    task->complete(std::make_shared<IndexableTaskResult>(true, std::nullopt, "fetch"));
+    ASSERT_NE(task->typedResult(), nullptr);
+    EXPECT_EQ(task->typedResult()->taskId(), "fetch");
+    // Viewed through any of its protocols it is the same object.
+    std::shared_ptr<TaskCompletable> completable = task;
+    EXPECT_EQ(completable->sharedAs<TaskExecutable>().get(),
+              static_cast<TaskExecutable*>(task.get()));
 }
