@@ -18,6 +18,7 @@ ovlog::Module& logModule() {
 struct RunnerFrame {
     OperationQueue* queue = nullptr;
     Operation* operation = nullptr;
+    bool finishedInline = false;  // `operation` announced "isFinished" inside start()
 };
 thread_local RunnerFrame tRunner;
 
@@ -268,6 +269,7 @@ void OperationQueue::dispatchRunner(std::shared_ptr<Operation> op,
 void OperationQueue::runLoop(std::shared_ptr<Operation> op) {
     const RunnerFrame saved = tRunner;
     int ran = 0;
+    bool finishedInline = false;
     std::vector<std::shared_ptr<Operation>> drops;
     while (op) {
         if (!op->isReady()) {
@@ -282,16 +284,25 @@ void OperationQueue::runLoop(std::shared_ptr<Operation> op) {
             }
             operationDidBecomeReady(raw);
         } else {
-            tRunner = RunnerFrame{this, op.get()};
+            tRunner = RunnerFrame{this, op.get(), false};
             op->start();
+            finishedInline = tRunner.finishedInline;
             tRunner = saved;
             ++ran;
         }
-        op.reset();
 
+        // References are dropped after the lock is released: destructors of
+        // operations may call back into the queue.
+        std::shared_ptr<Operation> done = std::move(op);
+        std::shared_ptr<Operation> finished;
+        std::shared_ptr<OperationQueue> dropSelf;
         std::shared_ptr<DispatchQueue> target;
         {
             std::lock_guard lock(mutex_);
+            // An operation that finished inside start() is let go here, in the
+            // same critical section that takes the next one.
+            if (finishedInline) finishLocked(done.get(), finished, dropSelf);
+            finishedInline = false;
             if (canStartLocked()) {
                 if (Operation* next = popPendingLocked(drops)) {
                     next->membership_ = Operation::Membership::running;
@@ -312,48 +323,59 @@ void OperationQueue::runLoop(std::shared_ptr<Operation> op) {
 }
 
 void OperationQueue::operationDidFinish(Operation* op) {
+    if (tRunner.queue == this && tRunner.operation == op) {
+        // The runner starting this operation lets it go when start() returns.
+        tRunner.finishedInline = true;
+        return;
+    }
     std::shared_ptr<Operation> release;
     std::shared_ptr<OperationQueue> dropSelf;
-    bool startMore = false;
+    bool startMore;
     {
         std::lock_guard lock(mutex_);
-        if (op->prev_) {
-            op->prev_->next_ = op->next_;
-        } else {
-            head_ = op->next_;
-        }
-        if (op->next_) {
-            op->next_->prev_ = op->prev_;
-        } else {
-            tail_ = op->prev_;
-        }
-        op->prev_ = op->next_ = nullptr;
-        switch (op->membership_) {
-            case Operation::Membership::running:
-                --running_;
-                // The runner that is starting this operation takes the next one
-                // itself when start() returns; anyone else frees the slot here.
-                startMore = !(tRunner.queue == this && tRunner.operation == op);
-                op->membership_ = Operation::Membership::none;
-                release = std::move(op->queueRef_);
-                break;
-            case Operation::Membership::pending:
-                op->membership_ = Operation::Membership::removedWhilePending;
-                break;
-            case Operation::Membership::notReady:
-                notReady_.erase(std::find(notReady_.begin(), notReady_.end(), op));
-                op->membership_ = Operation::Membership::none;
-                release = std::move(op->queueRef_);
-                break;
-            default:
-                break;
-        }
-        if (--count_ == 0) {
-            if (waiters_ > 0) idle_.notify_all();
-            dropSelf = std::move(keepAlive_);
-        }
+        startMore = finishLocked(op, release, dropSelf);
     }
     if (startMore) pump();
+}
+
+bool OperationQueue::finishLocked(Operation* op, std::shared_ptr<Operation>& release,
+                                  std::shared_ptr<OperationQueue>& dropSelf) {
+    bool freedSlot = false;
+    if (op->prev_) {
+        op->prev_->next_ = op->next_;
+    } else {
+        head_ = op->next_;
+    }
+    if (op->next_) {
+        op->next_->prev_ = op->prev_;
+    } else {
+        tail_ = op->prev_;
+    }
+    op->prev_ = op->next_ = nullptr;
+    switch (op->membership_) {
+        case Operation::Membership::running:
+            --running_;
+            freedSlot = true;
+            op->membership_ = Operation::Membership::none;
+            release = std::move(op->queueRef_);
+            break;
+        case Operation::Membership::pending:
+            // Still linked in its priority FIFO; dropped when it comes up.
+            op->membership_ = Operation::Membership::removedWhilePending;
+            break;
+        case Operation::Membership::notReady:
+            notReady_.erase(std::find(notReady_.begin(), notReady_.end(), op));
+            op->membership_ = Operation::Membership::none;
+            release = std::move(op->queueRef_);
+            break;
+        default:
+            break;
+    }
+    if (--count_ == 0) {
+        if (waiters_ > 0) idle_.notify_all();
+        dropSelf = std::move(keepAlive_);
+    }
+    return freedSlot;
 }
 
 void OperationQueue::operationDidBecomeReady(Operation* op) {

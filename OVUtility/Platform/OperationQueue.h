@@ -106,6 +106,9 @@ class OperationQueue : public std::enable_shared_from_this<OperationQueue> {
     void dispatchRunner(std::shared_ptr<Operation> op, std::shared_ptr<DispatchQueue> target);
     void runLoop(std::shared_ptr<Operation> op);
     void operationDidFinish(Operation* op);
+    // Unlinks a finished operation; true when it held a slot.
+    bool finishLocked(Operation* op, std::shared_ptr<Operation>& release,
+                      std::shared_ptr<OperationQueue>& dropSelf);
     void operationDidBecomeReady(Operation* op);
 
     mutable std::mutex mutex_;
