@@ -7,7 +7,7 @@ std::shared_ptr<NotificationDisposable> makeNotificationDisposable(
 
 NotificationCenter::Token observe(const std::shared_ptr<NotificationCenter>& center,
                                   const NotificationName& name, AnyObject from,
-                                  std::shared_ptr<DispatchQueue> onto, EventMode mode,
+                                  NotificationQueue onto, EventMode mode,
                                   std::function<void()> block) {
     if (mode == EventMode::idempotent && block) block();
     return center->addObserver(name, std::move(from), std::move(onto),
@@ -18,7 +18,7 @@ NotificationCenter::Token observe(const std::shared_ptr<NotificationCenter>& cen
 
 std::shared_ptr<NotificationDisposable> runAndObserve(
     const std::shared_ptr<NotificationCenter>& center, const NotificationName& name,
-    std::shared_ptr<DispatchQueue> queue, std::function<void()> block) {
+    NotificationQueue queue, std::function<void()> block) {
     if (block) block();
     auto token = center->addObserver(name, nullptr, std::move(queue),
                                      [block = std::move(block)](const Notification&) {

@@ -25,17 +25,15 @@
 
 namespace ov {
 
-class DispatchQueue;
-
 enum class EventMode { idempotent, onlyOnEvent };
 
 NotificationCenter::Token observe(const std::shared_ptr<NotificationCenter>& center,
                                   const NotificationName& name, AnyObject from,
-                                  std::shared_ptr<DispatchQueue> onto, EventMode mode,
+                                  NotificationQueue onto, EventMode mode,
                                   std::function<void()> block);
 
 std::shared_ptr<NotificationDisposable> runAndObserve(
     const std::shared_ptr<NotificationCenter>& center, const NotificationName& name,
-    std::shared_ptr<DispatchQueue> queue, std::function<void()> block);
+    NotificationQueue queue, std::function<void()> block);
 
 }  // namespace ov

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/OperationQueue.h"
 
 namespace ov {
 
@@ -13,7 +14,7 @@ struct NotificationCenter::Registration {
     // whether it is still alive (an address may be reused after it is freed).
     const void* senderAddress = nullptr;
     std::weak_ptr<void> sender;
-    std::shared_ptr<DispatchQueue> queue;
+    NotificationQueue queue;
     Block block;
     // Observer/selector form: the observer's address and its lifetime.
     const void* observer = nullptr;
@@ -39,8 +40,7 @@ std::shared_ptr<NotificationCenter> NotificationCenter::defaultCenter() {
 NotificationCenter::~NotificationCenter() = default;
 
 NotificationCenter::Token NotificationCenter::addObserver(NotificationName name, AnyObject object,
-                                                          std::shared_ptr<DispatchQueue> queue,
-                                                          Block block) {
+                                                          NotificationQueue queue, Block block) {
     auto registration = std::make_shared<Registration>();
     registration->name = std::move(name);
     registration->senderAddress = object.address();
@@ -128,9 +128,14 @@ void NotificationCenter::post(const Notification& notification) {
             }
             r->block(notification);
         } else if (r->queue) {
-            r->queue->async([r, notification] {
+            auto deliver = [r, notification] {
                 if (!r->removed.load(std::memory_order_acquire)) r->block(notification);
-            });
+            };
+            if (r->queue.dispatchQueue()) {
+                r->queue.dispatchQueue()->async(std::move(deliver));
+            } else {
+                r->queue.operationQueue()->addOperation(std::function<void()>(std::move(deliver)));
+            }
         } else {
             r->block(notification);
         }

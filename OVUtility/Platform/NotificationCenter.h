@@ -19,8 +19,9 @@
 //   does not keep the sender alive, and once the sender is gone the
 //   registration no longer matches anything.
 // - Without a delivery queue the block runs synchronously on the posting
-//   thread, before `post` returns. With a queue, `post` submits the block to
-//   that queue with `async` and returns without waiting.
+//   thread, before `post` returns. With a queue (a DispatchQueue or, as on the
+//   platform, an OperationQueue), `post` submits the block to that queue
+//   (`async` / `addOperation`) and returns without waiting.
 // - Observer/selector registrations hold the observer weakly; a post skips
 //   (and forgets) registrations whose observer has gone. Observers may also
 //   be removed by address, e.g. from their own destructor.
@@ -44,6 +45,25 @@
 namespace ov {
 
 class DispatchQueue;
+class OperationQueue;
+
+// Where a registration's block runs: on the posting thread (empty), on a
+// dispatch queue, or on an operation queue.
+class NotificationQueue {
+  public:
+    NotificationQueue() = default;
+    NotificationQueue(std::nullptr_t) {}
+    NotificationQueue(std::shared_ptr<DispatchQueue> queue) : dispatchQueue_(std::move(queue)) {}
+    NotificationQueue(std::shared_ptr<OperationQueue> queue) : operationQueue_(std::move(queue)) {}
+
+    explicit operator bool() const { return dispatchQueue_ || operationQueue_; }
+    const std::shared_ptr<DispatchQueue>& dispatchQueue() const { return dispatchQueue_; }
+    const std::shared_ptr<OperationQueue>& operationQueue() const { return operationQueue_; }
+
+  private:
+    std::shared_ptr<DispatchQueue> dispatchQueue_;
+    std::shared_ptr<OperationQueue> operationQueue_;
+};
 
 // The opaque token of a block registration.
 class NotificationToken {
@@ -72,7 +92,7 @@ class NotificationCenter : public std::enable_shared_from_this<NotificationCente
 
     // Block registration. `object` null: any sender; `queue` null: run on the
     // posting thread.
-    Token addObserver(NotificationName name, AnyObject object, std::shared_ptr<DispatchQueue> queue,
+    Token addObserver(NotificationName name, AnyObject object, NotificationQueue queue,
                       Block block);
     // Removes one block registration. Unknown or null tokens are ignored.
     void removeObserver(const Token& token);

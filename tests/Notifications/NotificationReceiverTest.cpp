@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/OperationQueue.h"
 #include "support/Eventually.h"
 
 namespace {
@@ -79,6 +80,15 @@ TEST(NotificationReceiverTest, SenderFilterAndQueueOfTheRequest) {
     ASSERT_TRUE(ovtest::eventually([&] { return calls.load() == 1; }));
     EXPECT_TRUE(offThread.load());
     EXPECT_EQ(receiver.notificationCenter(), center);
+
+    // An operation queue, as on the platform.
+    auto operations = ov::OperationQueue::make("test.receiver.operations");
+    std::atomic<bool> ranOnOperations{false};
+    receiver.add({"op", nullptr, operations}, [&](const Notification&) {
+        ranOnOperations = ov::OperationQueue::current() == operations;
+    });
+    center->post("op");
+    ASSERT_TRUE(ovtest::eventually([&] { return ranOnOperations.load(); }));
     EXPECT_EQ(NotificationReceiver().notificationCenter(), NotificationCenter::defaultCenter());
 }
 

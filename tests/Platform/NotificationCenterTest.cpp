@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/OperationQueue.h"
 #include "support/Eventually.h"
 
 namespace {
@@ -95,6 +96,31 @@ TEST(NotificationCenterTest, DeliveryQueueRunsBlocksOffThePostingThread) {
     EXPECT_NE(deliveryThread, std::this_thread::get_id());
     // A serial queue keeps the posting order.
     for (int i = 0; i < 50; ++i) EXPECT_EQ(received[i], i);
+}
+
+TEST(NotificationCenterTest, OperationQueueDeliveryAndRemovalBeforeItRuns) {
+    auto center = NotificationCenter::make();
+    auto queue = ov::OperationQueue::make("test.notifications.operations");
+    queue->setMaxConcurrentOperationCount(1);
+    std::atomic<int> delivered{0};
+    std::atomic<bool> onQueue{false};
+    auto token = center->addObserver("n", nullptr, queue, [&](const Notification&) {
+        onQueue = ov::OperationQueue::current() == queue;
+        ++delivered;
+    });
+    center->post("n");
+    ASSERT_TRUE(ovtest::eventually([&] { return delivered.load() == 1; }));
+    EXPECT_TRUE(onQueue.load());
+
+    // Queued deliveries that have not started when the registration is
+    // removed are dropped.
+    queue->setSuspended(true);
+    center->post("n");
+    center->post("n");
+    center->removeObserver(token);
+    queue->setSuspended(false);
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(delivered.load(), 1);
 }
 
 TEST(NotificationCenterTest, RemovalDuringAPostIsSafe) {
