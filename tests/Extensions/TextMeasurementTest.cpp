@@ -179,8 +179,12 @@ TEST(TextMeasurementTest, WordWrapGivesExpectedLinesAndHeight) {
     }
     EXPECT_NEAR(ov::nsstring::textSizeWithFont(text, sans(), {three + 0.01, kUnlimited}).height,
                 4 * lineHeight, 1e-9);
-    // No width limit: one line as wide as the text.
-    EXPECT_NEAR(ov::nsstring::textSizeWithFont(text, sans(), {0, 0}).width, widthOf(text), 1e-9);
+    // No width limit (zero, negative, NaN, infinite): one line as wide as the text.
+    for (double none : {0.0, -10.0, double(NAN), double(INFINITY)}) {
+        const Size size = ov::nsstring::textSizeWithFont(text, sans(), {none, none});
+        EXPECT_NEAR(size.width, widthOf(text), 1e-9) << none;
+        EXPECT_DOUBLE_EQ(size.height, lineHeight) << none;
+    }
 }
 
 TEST(TextMeasurementTest, WrappedLinesMeasureAsTheirOwnText) {
