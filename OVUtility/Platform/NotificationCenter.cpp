@@ -48,7 +48,10 @@ NotificationCenter::Token NotificationCenter::addObserver(NotificationName name,
     registration->queue = std::move(queue);
     registration->block = std::move(block);
     std::lock_guard lock(mutex_);
-    registration->id = nextID_++;
+    // Ids are unique across centres, so a token given to the wrong centre
+    // matches nothing there.
+    static std::atomic<std::uint64_t> nextID{1};
+    registration->id = nextID.fetch_add(1, std::memory_order_relaxed);
     registrations_.push_back(registration);
     return Token(new NotificationToken(registration->id));
 }

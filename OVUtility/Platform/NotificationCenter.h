@@ -136,7 +136,6 @@ class NotificationCenter : public std::enable_shared_from_this<NotificationCente
 
     mutable std::mutex mutex_;
     std::vector<std::shared_ptr<Registration>> registrations_;
-    std::uint64_t nextID_ = 1;
 };
 
 }  // namespace ov

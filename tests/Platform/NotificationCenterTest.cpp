@@ -213,6 +213,20 @@ TEST(NotificationCenterTest, PostsFromManyThreadsWhileRegistrationsChange) {
     EXPECT_EQ(center->registrationCount(), 0u);
 }
 
+TEST(NotificationCenterTest, TokensBelongToTheirCenter) {
+    auto a = NotificationCenter::make();
+    auto b = NotificationCenter::make();
+    int calls = 0;
+    auto tokenA = a->addObserver("n", nullptr, nullptr, [&](const Notification&) { ++calls; });
+    auto tokenB = b->addObserver("n", nullptr, nullptr, [&](const Notification&) { ++calls; });
+    b->removeObserver(tokenA);  // not b's: ignored
+    b->post("n");
+    EXPECT_EQ(calls, 1);
+    b->removeObserver(tokenB);
+    a->removeObserver(tokenA);
+    EXPECT_EQ(a->registrationCount() + b->registrationCount(), 0u);
+}
+
 TEST(NotificationCenterTest, DefaultCenterIsOneObject) {
     EXPECT_EQ(NotificationCenter::defaultCenter(), NotificationCenter::defaultCenter());
     EXPECT_NE(NotificationCenter::defaultCenter(), NotificationCenter::make());
