@@ -3,6 +3,8 @@
 #include <memory>
 #include <mutex>
 
+#include <fmt/format.h>
+
 #include <unicode/locid.h>
 #include <unicode/numberformatter.h>
 
@@ -50,7 +52,7 @@ std::string format(const number::LocalizedNumberFormatter& formatter, float valu
     if (U_FAILURE(status)) {
         static ovlog::Module& kModule = ovlog::Module::named("OVUtility");
         OVLOG_WARNING(kModule, "number formatting failed: {}", u_errorName(status));
-        return std::to_string(static_cast<long long>(value));
+        return fmt::format("{}", value);
     }
     return detail::toUtf8(text);
 }

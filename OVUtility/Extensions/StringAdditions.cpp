@@ -384,6 +384,8 @@ std::optional<std::string> jsonEscaped(std::string_view text) {
     return out;
 }
 
+// decodeHtmlString lives in HtmlEntities.cpp, beside its entity table.
+
 ov::Error asError(std::string_view text) {
     return ov::Error(std::string(kStringErrorDomain), 1, std::string(text));
 }
