@@ -11,6 +11,7 @@
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/OperationTask.h"
+#include "OVUtility/Tasks/TaskCast.h"
 #include "OVUtility/Tasks/TaskConfigurable.h"
 
 namespace ov {
@@ -56,7 +57,7 @@ std::string callStackSymbols() {
 }
 
 std::shared_ptr<const OperationConfiguration> configurationOf(const OperationTask& task) {
-    if (auto* configurable = dynamic_cast<const TaskConfigurable*>(&task)) {
+    if (auto* configurable = taskCast<const TaskConfigurable>(&task)) {
         return configurable->operationConfiguration();
     }
     return nullptr;

@@ -13,6 +13,8 @@
 
 #include <memory>
 
+#include "OVUtility/Tasks/TaskCast.h"
+
 namespace ov {
 
 class TaskObject : public std::enable_shared_from_this<TaskObject> {
@@ -23,11 +25,11 @@ class TaskObject : public std::enable_shared_from_this<TaskObject> {
     // `T` or is not owned by a shared_ptr.
     template <typename T>
     std::shared_ptr<T> sharedAs() {
-        return std::dynamic_pointer_cast<T>(weak_from_this().lock());
+        return taskPointerCast<T>(weak_from_this().lock());
     }
     template <typename T>
     std::shared_ptr<const T> sharedAs() const {
-        return std::dynamic_pointer_cast<const T>(weak_from_this().lock());
+        return taskPointerCast<const T>(weak_from_this().lock());
     }
 
   protected:
