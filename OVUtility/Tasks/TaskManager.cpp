@@ -12,6 +12,7 @@
 #include "OVUtility/Platform/DispatchQueue.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/GeneralTask.h"
+#include "OVUtility/Tasks/TaskCast.h"
 #include "OVUtility/Tasks/TaskCompletable.h"
 #include "OVUtility/Tasks/TaskConfigurable.h"
 #include "OVUtility/Tasks/TaskDependable.h"
@@ -51,25 +52,24 @@ std::string typeName(const void* object, const std::type_info& type) {
 // How log lines print a task: its description when it has one.
 template <typename T>
 std::string describe(const T& task) {
-    if (auto* general = dynamic_cast<const GeneralTask*>(&task)) return general->description();
-    if (auto* indexable = dynamic_cast<const TaskIndexable*>(&task)) return indexable->taskId();
+    if (auto* general = taskCast<const GeneralTask>(&task)) return general->description();
+    if (auto* indexable = taskCast<const TaskIndexable>(&task)) return indexable->taskId();
     return typeName(&task, typeid(task));
 }
 
 std::string taskIdOf(const OperationTask& task) {
-    auto* indexable = dynamic_cast<const TaskIndexable*>(&task);
+    auto* indexable = taskCast<const TaskIndexable>(&task);
     return indexable ? indexable->taskId() : std::string();
 }
 
 std::shared_ptr<TaskResult> resultOf(const OperationTask& task) {
-    if (auto* general = dynamic_cast<const GeneralTask*>(&task)) return general->result();
-    if (auto* completable = dynamic_cast<const TaskCompletable*>(&task))
-        return completable->result();
+    if (auto* general = taskCast<const GeneralTask>(&task)) return general->result();
+    if (auto* completable = taskCast<const TaskCompletable>(&task)) return completable->result();
     return nullptr;
 }
 
 std::shared_ptr<const OperationConfiguration> configurationOf(const OperationTask& task) {
-    auto* configurable = dynamic_cast<const TaskConfigurable*>(&task);
+    auto* configurable = taskCast<const TaskConfigurable>(&task);
     return configurable ? configurable->operationConfiguration() : nullptr;
 }
 
@@ -83,9 +83,9 @@ std::shared_ptr<OperationQueue> callbackQueueOf(const OperationTask& task) {
 
 // An indexable result carries the id of the task that produced it.
 void stampTaskId(const OperationTask& task, const std::shared_ptr<TaskResult>& result) {
-    auto* indexable = dynamic_cast<const TaskIndexable*>(&task);
+    auto* indexable = taskCast<const TaskIndexable>(&task);
     if (!indexable) return;
-    if (auto stamped = std::dynamic_pointer_cast<TaskResultIndexable>(result)) {
+    if (auto* stamped = taskCast<TaskResultIndexable>(result.get())) {
         stamped->setTaskId(indexable->taskId());
     }
 }
@@ -95,9 +95,9 @@ void stampTaskId(const OperationTask& task, const std::shared_ptr<TaskResult>& r
 void deliverCompletion(const std::shared_ptr<OperationTask>& task) {
     auto result = resultOf(*task);
     stampTaskId(*task, result);
-    if (auto* general = dynamic_cast<GeneralTask*>(task.get())) {
+    if (auto* general = taskCast<GeneralTask>(task.get())) {
         if (general->beginCompletion()) general->callCompletionClosure(result);
-    } else if (auto* completable = dynamic_cast<TaskCompletable*>(task.get())) {
+    } else if (auto* completable = taskCast<TaskCompletable>(task.get())) {
         if (auto closure = completable->completionClosure()) closure(result);
     }
 }
@@ -107,7 +107,7 @@ void deliverToDuplicates(const std::vector<std::shared_ptr<TaskDuplicable>>& dup
                          const std::shared_ptr<TaskResult>& result) {
     for (const auto& duplicate : duplicates) {
         if (!duplicate) continue;
-        if (auto* general = dynamic_cast<GeneralTask*>(duplicate.get())) {
+        if (auto* general = taskCast<GeneralTask>(duplicate.get())) {
             if (!general->beginCompletion()) continue;
         }
         duplicate->setResult(result);
@@ -117,7 +117,7 @@ void deliverToDuplicates(const std::vector<std::shared_ptr<TaskDuplicable>>& dup
 
 std::vector<std::shared_ptr<TaskDuplicable>> takeDuplicates(const OperationTask& task) {
     std::vector<std::shared_ptr<TaskDuplicable>> taken;
-    if (auto* duplicable = dynamic_cast<TaskDuplicable*>(const_cast<OperationTask*>(&task))) {
+    if (auto* duplicable = taskCast<TaskDuplicable>(const_cast<OperationTask*>(&task))) {
         taken.swap(duplicable->duplicatedTasks());
     }
     return taken;
@@ -125,7 +125,7 @@ std::vector<std::shared_ptr<TaskDuplicable>> takeDuplicates(const OperationTask&
 
 void appendPreviousResults(const OperationTask& task, const std::shared_ptr<TaskResult>& result) {
     if (!result) return;
-    auto* combinable = dynamic_cast<TaskCombinable*>(const_cast<OperationTask*>(&task));
+    auto* combinable = taskCast<TaskCombinable>(const_cast<OperationTask*>(&task));
     if (!combinable) return;
     for (auto& next : combinable->nextTasks()) {
         if (next) next->previousResults().push_back(result);
@@ -136,7 +136,7 @@ void appendPreviousResults(const OperationTask& task, const std::shared_ptr<Task
 // (running, or run and not yet de-indexed).
 bool wasWrapped(const OperationTask& task) {
     if (task.operationBridge()) return true;
-    if (auto* general = dynamic_cast<const GeneralTask*>(&task)) {
+    if (auto* general = taskCast<const GeneralTask>(&task)) {
         return general->hasOperationEnded() || general->hasBegunCompletion();
     }
     return false;
@@ -228,8 +228,7 @@ void TaskManager::cancelTask(const std::string& indexId, std::optional<Error> er
     serialize(false, [weak = weak_from_this(), indexId, error = std::move(error)] {
         auto self = weak.lock();
         if (!self) return;
-        auto task =
-            std::dynamic_pointer_cast<OperationTask>(self->taskIndexer_->indexedTask(indexId));
+        auto task = taskPointerCast<OperationTask>(self->taskIndexer_->indexedTask(indexId));
         if (task) task->cancel(error);
     });
 }
@@ -251,7 +250,7 @@ void TaskManager::cancelAllTasks(Query query) {
         if (!self) return;
         for (const auto& indexable : self->taskIndexer_->allIndexedTasks()) {
             if (!indexable || !query(indexable)) continue;
-            if (auto task = std::dynamic_pointer_cast<OperationTask>(indexable)) {
+            if (auto task = taskPointerCast<OperationTask>(indexable)) {
                 task->cancel(std::nullopt);
             }
         }
@@ -302,7 +301,7 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     // completed (never wrapped yet: admit it again without asking the index,
     // which would otherwise take it for its own duplicate) or the same task
     // added twice (refused like any duplicate).
-    auto indexable = std::dynamic_pointer_cast<TaskIndexable>(task);
+    auto indexable = taskPointerCast<TaskIndexable>(task);
     if (indexable) {
         auto existing = taskIndexer_->indexedTask(indexable->taskId());
         const bool sameObject = existing && existing.get() == indexable.get();
@@ -315,7 +314,7 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     }
 
     // 3. Waiting for other tasks: stays registered, queued by notifyCompleteTask.
-    if (auto dependable = std::dynamic_pointer_cast<TaskDependable>(task);
+    if (auto dependable = taskPointerCast<TaskDependable>(task);
         dependable && !dependable->dependencies().empty()) {
         TM_LOG(debug, kAddToQueue,
                "{} waiting to be executed since its dependencies not yet satisfied",
@@ -459,14 +458,14 @@ void TaskManager::completeOperation(const std::string& taskId, int priority,
     // callback queue, before this step was scheduled), so the task leaves the
     // index after its completion; with it, the task leaves first and the
     // closure is scheduled below.
-    if (auto combinable = std::dynamic_pointer_cast<TaskCombinable>(task)) {
+    if (auto combinable = taskPointerCast<TaskCombinable>(task)) {
         combinable->nextTasks().clear();
     }
-    deIndexFinished(task);
+    deIndexFinished(task, &taskId);
 
     // 3. A disposable task takes its on-demand queue with it, unless that
     // queue still holds other work (whose operations must not be stranded).
-    if (auto disposable = std::dynamic_pointer_cast<TaskDisposable>(task);
+    if (auto disposable = taskPointerCast<TaskDisposable>(task);
         disposable && disposable->shouldRemoveQueueOnComplete()) {
         if (auto it = operationQueues_.find(priority);
             it != operationQueues_.end() && it->second.unfinished == 0 &&
@@ -503,7 +502,7 @@ void TaskManager::completeOperation(const std::string& taskId, int priority,
 
 void TaskManager::notifyCompleteTask(const std::string& taskId,
                                      const std::shared_ptr<OperationTask>& task) {
-    auto combinable = std::dynamic_pointer_cast<TaskCombinable>(task);
+    auto combinable = taskPointerCast<TaskCombinable>(task);
     if (!combinable) return;
     (void)taskId;
     // Dependants are told in the order they started to wait. Each one drops
@@ -518,14 +517,15 @@ void TaskManager::notifyCompleteTask(const std::string& taskId,
     }
 }
 
-void TaskManager::deIndexFinished(const std::shared_ptr<OperationTask>& task) {
-    auto indexable = std::dynamic_pointer_cast<TaskIndexable>(task);
+void TaskManager::deIndexFinished(const std::shared_ptr<OperationTask>& task,
+                                  const std::string* knownId) {
+    auto* indexable = taskCast<TaskIndexable>(task.get());
     if (!indexable) return;
-    const std::string id = indexable->taskId();
+    const std::string id = knownId ? *knownId : indexable->taskId();
     // Only this task's own entry: an invisible entry (canBeIndexed off) may
     // have been replaced by a newer task with the same id.
     auto current = taskIndexer_->indexedTask(id);
-    if (!current || current.get() == indexable.get()) taskIndexer_->deIndex(id);
+    if (!current || current.get() == indexable) taskIndexer_->deIndex(id);
 }
 
 void TaskManager::completeUnqueuedTask(std::shared_ptr<OperationTask> task) {

@@ -139,7 +139,9 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
 
     std::shared_ptr<OperationQueue> queueForTask(const OperationTask& task);
     void registerQueue(const QueueConfiguration& configuration);
-    void deIndexFinished(const std::shared_ptr<OperationTask>& task);
+    // `knownId`: the task's id when the caller already has it.
+    void deIndexFinished(const std::shared_ptr<OperationTask>& task,
+                         const std::string* knownId = nullptr);
     void deliverDuplicates(const std::shared_ptr<OperationTask>& task,
                            const std::shared_ptr<TaskResult>& result);
 
