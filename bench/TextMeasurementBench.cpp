@@ -108,10 +108,12 @@ class RecordingReporter : public benchmark::ConsoleReporter {
         ConsoleReporter::ReportRuns(runs);
         for (const auto& run : runs) {
             if (run.iterations == 0) continue;
+            // With --benchmark_repetitions, the median stands for the runs.
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
             // All benchmarks here report in the default unit (ns). CPU time:
             // the machine that runs this is usually shared, and wall time
             // then mostly measures the neighbours.
-            nanoseconds[run.benchmark_name()] = run.GetAdjustedCPUTime();
+            nanoseconds[run.run_name.str()] = run.GetAdjustedCPUTime();
         }
     }
 };
@@ -132,7 +134,8 @@ int main(int argc, char** argv) {
         if (a == ns.end() || b == ns.end() || b->second <= 0) return;
         std::printf("%s / %s = %.2f\n", ours, peer, a->second / b->second);
     };
-    for (const auto& [name, t] : ns) std::printf("%s: %.0f ns CPU per measurement\n", name.c_str(), t);
+    for (const auto& [name, t] : ns)
+        std::printf("%s: %.0f ns CPU per measurement\n", name.c_str(), t);
     std::printf("\nParagraph: %zu characters, width %.0f pt, DejaVu Sans 15 pt\n",
                 kParagraph.size(), kColumnWidth);
     ratio("BM_TextSizeWithFont", "BM_Peer_HarfBuzzShapeOnly");

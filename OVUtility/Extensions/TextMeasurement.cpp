@@ -325,6 +325,8 @@ class ParagraphLayout {
         // the character before them so that clusters are shaped together.
         const FontFace* previousFace = nullptr;
         int32_t previousRunStart = -1;
+        UScriptCode lastScript = USCRIPT_INVALID_CODE;
+        hb_script_t lastHbScript = HB_SCRIPT_INVALID;
         for (int32_t i = 0; i < length_;) {
             const int32_t start = i;
             UChar32 c;
@@ -347,7 +349,11 @@ class ParagraphLayout {
             previousRunStart = run.start;
 
             const bool rtl = (levels[start] & 1) != 0;
-            const hb_script_t script = toHarfBuzz(scripts[start]);
+            if (scripts[start] != lastScript) {  // the name lookup is not free
+                lastScript = scripts[start];
+                lastHbScript = toHarfBuzz(lastScript);
+            }
+            const hb_script_t script = lastHbScript;
             if (!items_.empty()) {
                 Item& last = items_.back();
                 if (last.face == face && last.pointSize == run.pointSize &&
