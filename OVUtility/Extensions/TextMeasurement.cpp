@@ -498,6 +498,13 @@ class ParagraphLayout {
         return breaks;
     }
 
+    // Width of a candidate line [start, end): exact (re-shaped) where a line
+    // edge would change the glyphs, so that a line never ends up wider than
+    // the test that admitted it.
+    double candidateWidth(int32_t start, int32_t end) const {
+        return lineWidth(start, trimmedEnd(start, end), true, end < length_);
+    }
+
     // Greedy line filling: each line takes as many break opportunities as fit.
     void wrap(double width, LineBreakMode mode, std::vector<Line>& lines) {
         const std::vector<Break> breaks = breakOpportunities(mode);
@@ -509,7 +516,7 @@ class ParagraphLayout {
             std::size_t k = next;
             for (; k < breaks.size(); ++k) {
                 const int32_t b = breaks[k].position;
-                if (!fits(span(start, trimmedEnd(start, b)), width)) break;
+                if (!fits(candidateWidth(start, b), width)) break;
                 end = b;
                 if (breaks[k].hard) break;
             }
@@ -520,7 +527,7 @@ class ParagraphLayout {
                 for (int32_t g : graphemes()) {
                     if (g <= start) continue;
                     if (g > limit) break;
-                    if (end >= 0 && !fits(span(start, trimmedEnd(start, g)), width)) break;
+                    if (end >= 0 && !fits(candidateWidth(start, g), width)) break;
                     end = g;
                 }
                 if (end < 0) end = limit;

@@ -208,6 +208,19 @@ TEST(TextMeasurementTest, WrappedLinesMeasureAsTheirOwnText) {
     }
 }
 
+TEST(TextMeasurementTest, KerningAcrossABreakNeverOverflowsTheLine) {
+    // "AVAV…": every pair kerns, so a line that ends between A and V is wider
+    // on its own than inside the paragraph. The fit test must use the width
+    // the line really gets.
+    const std::string text = "AVAVAVAVAVAVAVAVAVAV";
+    const auto s = styled(text, LineBreakMode::byCharWrapping);
+    for (double width = 9; width <= 90; width += 0.25) {
+        const auto layout = ov::layoutText(s, {width, kUnlimited});
+        for (const auto& line : layout.lines)
+            EXPECT_LE(line.usedSize.width, width + 1e-9) << "width " << width;
+    }
+}
+
 TEST(TextMeasurementTest, LongWordsBreakByCharacters) {
     const std::string word = "abcdefghijklmnopqrstuvwxyz";
     const double limit = widthOf("abcde") + 0.01;
