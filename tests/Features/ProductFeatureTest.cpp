@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "FeatureTestSupport.h"
+#include "OVUtility/Features/ProductFeatureController.h"
 #include "OVUtility/Features/Verification.h"
+#include "support/DataDirectory.h"
 
 namespace {
 
@@ -87,6 +89,13 @@ TEST(ProductFeatureTest, DescriptionText) {
 }
 
 TEST(ProductFeatureTest, AccessorsUseTheirIdentifiers) {
+    // Load the sample files first: an accessor read for an identifier that no
+    // file has defined yet makes a code feature (source none), which every
+    // later reload keeps in place of the file's definition. Loading first
+    // keeps the sample features file-defined for the other tests.
+    ov::ProductFeatureController::setBundleToLoad(
+        ov::Bundle::make(ovtest::dataDirectory() / "SampleBundle"));
+    ov::ProductFeatureController::updateProductFeatures(ov::ProductFeatureSet::develop);
     EXPECT_EQ(ProductFeature::premiumBrowseRefactor()->featureID(), "IOS-10887");
     EXPECT_EQ(ProductFeature::uiAutomationTest()->featureID(), "IOS-5222");
     EXPECT_EQ(ProductFeature::limitSLLeadInAudioMessages()->featureID(), "IOS-11718");
