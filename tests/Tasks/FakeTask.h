@@ -76,7 +76,9 @@ class FakeTask : public virtual ov::TaskExecutable,
     void setCanBeIndexed(bool value) override { indexable_ = value; }
     std::optional<std::string> exclusiveId() const override { return exclusive; }
     // TaskExecutable
-    std::shared_ptr<ov::TaskOperationExecutor> taskExecutor() const override { return executor_; }
+    std::shared_ptr<ov::TaskOperationExecutor> taskExecutor() const override {
+        return executor_.lock();
+    }
     // TaskDependable / TaskCombinable
     std::vector<std::string>& dependencies() override { return dependencies_; }
     std::vector<std::shared_ptr<ov::TaskResult>>& previousResults() override { return previous_; }
@@ -97,7 +99,9 @@ class FakeTask : public virtual ov::TaskExecutable,
 
   private:
     std::string id_;
-    std::shared_ptr<ov::TaskOperationExecutor> executor_;
+    // Weak: the recording executor keeps the tasks it was given, and a
+    // strong link back would make a cycle that outlives the test.
+    std::weak_ptr<ov::TaskOperationExecutor> executor_;
     std::weak_ptr<ov::OperationBridge> bridge_;
     bool indexable_ = true;
     std::vector<std::string> dependencies_;

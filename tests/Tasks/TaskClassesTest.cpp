@@ -284,6 +284,10 @@ TEST(StandardTaskTest, AnotherExecutorReceivesExecuteAndAbort) {
     EXPECT_EQ(executor->cancelled.size(), 1u);
     EXPECT_TRUE(task->markCancelled());
     EXPECT_EQ(task->result()->error(), (std::optional<Error>(Error{"a", 2})));
+    // The executor keeps what it was given and the task keeps its executor.
+    task->setTaskExecutor(nullptr);
+    executor->added.clear();
+    executor->pendingAsync.clear();
 }
 
 TEST(DynamicTaskTest, PausingRulesWithoutAndWithAnOperation) {

@@ -147,6 +147,7 @@ TEST_F(TaskManagerTest, ATaskRunsOnceAndLeavesTheIndexWithTheLoggedLifecycle) {
 }
 
 TEST_F(TaskManagerTest, HigherPriorityWorkHoldsLowerQueuesUntilItDrains) {
+    auto capture = ovlog::CaptureSink::attach();
     Gate highGate, mediumGate;
     auto high = loggedTask(manager, log, "high", TaskPriority::high, &highGate);
     high->execute();
@@ -174,6 +175,30 @@ TEST_F(TaskManagerTest, HigherPriorityWorkHoldsLowerQueuesUntilItDrains) {
     EXPECT_LT(log.indexOf("medium end"), log.indexOf("low start"));
     EXPECT_FALSE(manager->operationQueue(-4)->isSuspended());
     EXPECT_FALSE(manager->operationQueue(0)->isSuspended());
+
+    // The suspension and resumption, as logged.
+    for (const char* line :
+         {"lower priority than 4 suspend queue priority -4",
+          "lower priority than 4 suspend queue priority 0",
+          "queue with priority 4 with operation count: 1",
+          "dependency with high priority 4 to priority queue:0",
+          "should enable queue lower than priority 4", "enable queue with priority 0",
+          "queue with priority 0 with operation count: 1",
+          "should enable queue lower than priority 0", "enable queue with priority -4"}) {
+        EXPECT_GE(capture->countStartingWith(line), 1u) << line;
+    }
+    EXPECT_EQ(capture->countStartingWith(
+                  "adding task StandardClosureTask existingCount:0 suspended:true"),
+              2u);
+    for (const auto& r : capture->records()) {
+        if (r.message.rfind("enable queue with priority", 0) == 0) {
+            EXPECT_EQ(r.function, "enableQueues(thatHavePriorityLowerThan:)");
+            EXPECT_EQ(r.unit, "TaskManager");
+        }
+        if (r.message.rfind("should enable queue", 0) == 0) {
+            EXPECT_EQ(r.function, "completeOperation(taskId:priority:)");
+        }
+    }
 }
 
 TEST_F(TaskManagerTest, ARunningLowTaskIsNotInterruptedButTheNextOneWaitsForHigh) {
