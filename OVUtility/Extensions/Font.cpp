@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 #include <mutex>
+#include <shared_mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -89,14 +90,29 @@ class FontLibrary {
     }
 
     std::shared_ptr<const FontFace> forFont(const Font& font) {
+        {
+            // Fast path, shared: the face was looked up before.
+            std::shared_lock lock(mutex_);
+            if (!font.file().empty()) {
+                if (auto it = files_.find(fileKey(font.file(), font.faceIndex()));
+                    it != files_.end())
+                    return it->second;
+            } else if (auto it = families_.find(font.family()); it != families_.end()) {
+                return it->second;
+            }
+        }
         std::lock_guard lock(mutex_);
         if (!font.file().empty()) return fileFontLocked(font.file(), font.faceIndex());
         return familyFontLocked(font.family());
     }
 
     std::shared_ptr<const FontFace> fallbackFor(const FontFace& primary, char32_t codePoint) {
-        std::lock_guard lock(mutex_);
         auto key = std::make_pair(&primary, codePoint);
+        {
+            std::shared_lock lock(mutex_);
+            if (auto it = fallbacks_.find(key); it != fallbacks_.end()) return it->second;
+        }
+        std::lock_guard lock(mutex_);
         if (auto it = fallbacks_.find(key); it != fallbacks_.end()) return it->second;
         std::shared_ptr<const FontFace> found = findFallbackLocked(primary, codePoint);
         fallbacks_.emplace(key, found);
@@ -282,7 +298,7 @@ class FontLibrary {
         return found;
     }
 
-    std::mutex mutex_;
+    std::shared_mutex mutex_;  // guards the three tables and every fontconfig/FreeType call
     FT_Library freetype_ = nullptr;
     std::shared_ptr<FontFace> empty_;
     std::unordered_map<std::string, std::shared_ptr<const FontFace>> files_;

@@ -11,7 +11,8 @@
 // set of segment properties.
 //
 // Everything here is thread-safe: hb_font_t is immutable after loading, and
-// the face table and fallback lookups sit behind one mutex.
+// the face table and fallback lookups sit behind one reader/writer lock
+// (lookups of faces already loaded only share it).
 #pragma once
 
 #include <memory>
