@@ -3,6 +3,7 @@
 #include <array>
 #include <exception>
 #include <new>
+#include <optional>
 
 #include "OVUtility/Platform/DispatchQueueState.h"
 #include "OVUtility/Platform/DispatchSemaphore.h"
@@ -451,7 +452,8 @@ DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
         nestedRead_ = true;  // a reader re-entering its own concurrent queue
     }
 
-    detail::SyncWaiter waiter;
+    // Made only when the caller has to wait (not on the uncontended paths).
+    std::optional<detail::SyncWaiter> waiter;
     bool wait = false;
     int submit = 0;
     bool serialSubmit = false;
@@ -482,7 +484,7 @@ DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
                     s.barrierActive = false;
                     ++s.pendingBarriers;
                     s.updateSlowLocked();
-                    s.items.push_back(Item{nullptr, &waiter, true});
+                    s.items.push_back(Item{nullptr, &waiter.emplace(), true});
                     wait = true;
                 }
             } else {
@@ -490,14 +492,14 @@ DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
                     ++s.pendingBarriers;
                     s.updateSlowLocked();
                 }
-                s.items.push_back(Item{nullptr, &waiter, barrier});
+                s.items.push_back(Item{nullptr, &waiter.emplace(), barrier});
                 submit = DispatchQueueAccess::wantDrainersLocked(s);
                 wait = true;
             }
         } else if (!s.scheduled && s.items.empty() && s.suspendCount == 0) {
             s.scheduled = true;
         } else {
-            s.items.push_back(Item{nullptr, &waiter, false});
+            s.items.push_back(Item{nullptr, &waiter.emplace(), false});
             if (!s.scheduled && s.suspendCount == 0) {
                 s.scheduled = true;
                 s.keepAlive = queue.shared_from_this();
@@ -508,7 +510,7 @@ DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
     }
     if (serialSubmit) DispatchQueueAccess::submitDrainer(queue);
     DispatchQueueAccess::submitDrainers(queue, submit);
-    if (wait) waiter.wait();
+    if (wait) waiter->wait();
 
     // Blocks of this queue run inside its target: hold the target as well.
     if (s.target) parent_ = new SyncScope(*s.target, false);
