@@ -30,6 +30,8 @@
 #include <string_view>
 #include <vector>
 
+#include "OVUtility/Platform/SpinLock.h"
+
 namespace ov {
 
 enum class KeyValueChange { willChange, didChange };
@@ -71,7 +73,7 @@ class KeyValueObservable {
     void notify(std::string_view key, KeyValueChange change);
 
     std::atomic<bool> hasObservers_{false};
-    std::mutex mutex_;
+    SpinLock mutex_;  // registrations change rarely; operations are many
     // Copy-on-write: a notification holds the list it started with.
     std::shared_ptr<const Registrations> registrations_;
     Token nextToken_ = 1;

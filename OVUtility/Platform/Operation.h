@@ -33,6 +33,7 @@
 
 #include "OVUtility/Platform/KeyValueObservable.h"
 #include "OVUtility/Platform/QualityOfService.h"
+#include "OVUtility/Platform/SpinLock.h"
 
 namespace ov {
 
@@ -85,7 +86,7 @@ class Operation : public KeyValueObservable, public std::enable_shared_from_this
     std::atomic<bool> cancelled_{false};
     std::atomic<int> queuePriority_{0};
     std::atomic<QualityOfService> qos_{QualityOfService::defaultQoS};
-    mutable std::mutex nameMutex_;
+    mutable SpinLock nameMutex_;
     std::string name_;
 
     // Queue membership; every field but `queue_` is guarded by the queue's mutex.
@@ -117,7 +118,7 @@ class BlockOperation : public Operation {
     void main() override;
 
   private:
-    mutable std::mutex blocksMutex_;
+    mutable SpinLock blocksMutex_;
     Block first_;
     std::vector<Block> more_;
 };
