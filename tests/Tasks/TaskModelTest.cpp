@@ -110,6 +110,7 @@ TEST(TaskExecutableDefaultsTest, ExecuteHandsTheTaskToItsExecutor) {
     task->execute();
     ASSERT_EQ(executor->added.size(), 1u);
     EXPECT_EQ(executor->added[0].get(), static_cast<OperationTask*>(task.get()));
+    executor->added.clear();  // the executor holds the task, the task its executor
 }
 
 TEST(TaskExecutableDefaultsTest, AbortGoesThroughTheExecutorOnlyWhenItKnowsTheTask) {
@@ -158,6 +159,7 @@ TEST(TaskDependableDefaultsTest, CompletionRemovesOneIdAsynchronouslyAndExecutes
     EXPECT_TRUE(waiter->dependencies().empty());
     ASSERT_EQ(executor->added.size(), 1u);
     EXPECT_EQ(executor->added[0].get(), static_cast<OperationTask*>(waiter.get()));
+    executor->added.clear();
 }
 
 TEST(TaskDependableDefaultsTest, CancelledBlockerLeavesTheDependantWaiting) {
@@ -190,6 +192,7 @@ TEST(TaskDependableDefaultsTest, ExecuteAfterDependsThenSubmits) {
     waiter->executeAfter(blocker);
     EXPECT_EQ(waiter->dependencies(), std::vector<std::string>{"blocker"});
     EXPECT_EQ(executor->added.size(), 1u);
+    executor->added.clear();
 }
 
 TEST(TaskDuplicableDefaultsTest, ProcessDuplicateOnlyAppends) {
