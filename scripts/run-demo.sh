@@ -4,4 +4,4 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh default
-exec build/default/tools/ovutil/ovutil demo "$@"
+exec build/default/ovutil demo "$@"
