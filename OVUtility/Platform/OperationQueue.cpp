@@ -30,7 +30,19 @@ int levelIndex(int queuePriority) {
 
 OperationQueue::OperationQueue(Tag) {}
 
-OperationQueue::~OperationQueue() = default;
+OperationQueue::~OperationQueue() {
+    // Operations that finished while still waiting in a priority FIFO (started
+    // by hand) keep a reference to themselves until they come up; release them.
+    for (int level = 0; level < kLevels; ++level) {
+        for (Operation* op = pendingHead_[level]; op;) {
+            Operation* next = op->pendingNext_;
+            op->pendingNext_ = nullptr;
+            op->membership_ = Operation::Membership::none;
+            auto release = std::move(op->queueRef_);
+            op = next;
+        }
+    }
+}
 
 std::shared_ptr<OperationQueue> OperationQueue::make(std::optional<std::string> name) {
     auto queue = std::make_shared<OperationQueue>(Tag{});

@@ -344,3 +344,34 @@ TEST(OperationQueueTest, QueueStaysAliveWhileItHoldsOperations) {
     gate.open();
     EXPECT_TRUE(eventually([&] { return ran.load() && weak.expired(); }));
 }
+
+TEST(OperationQueueTest, OperationStartedByHandWhileQueuedLeavesAndNeverRunsTwice) {
+    std::atomic<int> ran{0};
+    std::weak_ptr<Operation> weakOp;
+    {
+        auto queue = OperationQueue::make();
+        queue->setSuspended(true);
+        auto op = BlockOperation::make([&] { ++ran; });
+        weakOp = op;
+        queue->addOperation(op);
+        op->start();  // by hand, while it waits in the suspended queue
+        EXPECT_EQ(ran.load(), 1);
+        EXPECT_EQ(queue->operationCount(), 0u);
+        EXPECT_TRUE(queue->operations().empty());
+        op.reset();
+        EXPECT_FALSE(weakOp.expired());  // the queue still holds it in its FIFO
+    }
+    EXPECT_TRUE(weakOp.expired());  // released with the queue
+    EXPECT_EQ(ran.load(), 1);
+
+    // Resumed instead, the queue skips it and runs the rest.
+    auto queue = OperationQueue::make();
+    queue->setSuspended(true);
+    auto first = BlockOperation::make([&] { ++ran; });
+    queue->addOperation(first);
+    queue->addOperation([&] { ++ran; });
+    first->start();
+    queue->setSuspended(false);
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_EQ(ran.load(), 3);
+}
