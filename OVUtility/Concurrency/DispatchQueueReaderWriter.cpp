@@ -5,8 +5,7 @@
 namespace ov {
 
 bool isCurrentOperationQueueOn(const DispatchQueue& queue) {
-    auto current = OperationQueue::current();
-    return current && current->underlyingQueue().get() == &queue;
+    return OperationQueue::currentRunsOn(queue);
 }
 
 void exclusiveWrite(DispatchQueue& queue, DispatchBlock block) {

@@ -58,6 +58,7 @@ std::shared_ptr<OperationQueue> OperationQueue::main() {
         queue->maxConcurrent_ = 1;
         queue->qos_ = QualityOfService::userInteractive;
         queue->underlying_ = DispatchQueue::main();
+        queue->underlyingRaw_.store(queue->underlying_.get());
         queue->isMainQueue_ = true;
         return new std::shared_ptr<OperationQueue>(std::move(queue));
     }();
@@ -152,6 +153,14 @@ void OperationQueue::setUnderlyingQueue(std::shared_ptr<DispatchQueue> queue) {
         return;
     }
     underlying_ = std::move(queue);
+    underlyingRaw_.store(underlying_.get(), std::memory_order_release);
+}
+
+bool OperationQueue::currentRunsOn(const DispatchQueue& queue) {
+    static const OperationQueue* const mainQueue = main().get();
+    const OperationQueue* current = tRunner.queue;
+    if (!current && MainRunLoop::isMainThread()) current = mainQueue;
+    return current && current->underlyingRaw_.load(std::memory_order_acquire) == &queue;
 }
 
 // ------------------------------------------------------------------ scheduling

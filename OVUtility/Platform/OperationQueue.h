@@ -29,6 +29,7 @@
 //   logged and ignored.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
@@ -83,6 +84,10 @@ class OperationQueue : public std::enable_shared_from_this<OperationQueue> {
     void setQualityOfService(QualityOfService qos);
 
     std::shared_ptr<DispatchQueue> underlyingQueue() const;
+    // True when the operation queue the calling thread runs (see `current()`)
+    // has `queue` as its underlying queue. Lock-free and allocation-free, for
+    // hot paths such as reader/writer helpers.
+    static bool currentRunsOn(const DispatchQueue& queue);
     void setUnderlyingQueue(std::shared_ptr<DispatchQueue> queue);
 
     // Cancels every operation in the queue (they still start, and finish at once).
@@ -128,6 +133,7 @@ class OperationQueue : public std::enable_shared_from_this<OperationQueue> {
     std::optional<std::string> name_;
     QualityOfService qos_ = QualityOfService::defaultQoS;
     std::shared_ptr<DispatchQueue> underlying_;
+    std::atomic<const DispatchQueue*> underlyingRaw_{nullptr};  // mirrors underlying_
     std::shared_ptr<OperationQueue> keepAlive_;
 };
 
