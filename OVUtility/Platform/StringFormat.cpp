@@ -9,8 +9,8 @@ namespace ov {
 
 namespace {
 
-// One conversion specification found in a format.
-struct Spec {
+// One conversion directive found in a format.
+struct Directive {
     size_t begin = 0;             // offset of '%'
     size_t end = 0;               // one past the conversion character
     std::optional<int> position;  // 1-based, for "%N$"
@@ -24,11 +24,11 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-// Parses the specification starting at format[i] == '%'. Returns no value
+// Parses the directive starting at format[i] == '%'. Returns no value
 // when it is not a conversion we understand (copied literally then).
-std::optional<Spec> parseSpec(std::string_view format, size_t i) {
-    Spec spec;
-    spec.begin = i;
+std::optional<Directive> parseDirective(std::string_view format, size_t i) {
+    Directive directive;
+    directive.begin = i;
     size_t p = i + 1;
     // Positional "N$".
     size_t digits = p;
@@ -37,21 +37,21 @@ std::optional<Spec> parseSpec(std::string_view format, size_t i) {
         int n = 0;
         for (size_t k = p; k < digits && n < 100000; ++k) n = n * 10 + (format[k] - '0');
         if (n == 0 || n > 99) return std::nullopt;
-        spec.position = n;
+        directive.position = n;
         p = digits + 1;
     }
     while (p < format.size() &&
            std::string_view("-+ #0'").find(format[p]) != std::string_view::npos) {
-        if (format[p] != '\'') spec.flags.push_back(format[p]);
+        if (format[p] != '\'') directive.flags.push_back(format[p]);
         ++p;
     }
-    while (p < format.size() && isDigit(format[p]) && spec.width.size() < 4)
-        spec.width.push_back(format[p++]);
+    while (p < format.size() && isDigit(format[p]) && directive.width.size() < 4)
+        directive.width.push_back(format[p++]);
     if (p < format.size() && format[p] == '.') {
-        spec.precision.push_back('.');
+        directive.precision.push_back('.');
         ++p;
-        while (p < format.size() && isDigit(format[p]) && spec.precision.size() < 5)
-            spec.precision.push_back(format[p++]);
+        while (p < format.size() && isDigit(format[p]) && directive.precision.size() < 5)
+            directive.precision.push_back(format[p++]);
     }
     while (p < format.size() &&
            std::string_view("hlqztjL").find(format[p]) != std::string_view::npos)
@@ -59,38 +59,38 @@ std::optional<Spec> parseSpec(std::string_view format, size_t i) {
     if (p >= format.size()) return std::nullopt;
     char c = format[p];
     if (std::string_view("@sdiuxXocfeEgG").find(c) == std::string_view::npos) return std::nullopt;
-    spec.conversion = c;
-    spec.end = p + 1;
-    return spec;
+    directive.conversion = c;
+    directive.end = p + 1;
+    return directive;
 }
 
 bool takesText(char conversion) {
     return conversion == '@' || conversion == 's';
 }
 
-std::string render(const Spec& spec, const FormatArgument& argument) {
-    std::string printfSpec = "%" + spec.flags + spec.width + spec.precision;
-    if (takesText(spec.conversion)) {
+std::string render(const Directive& directive, const FormatArgument& argument) {
+    std::string printfSpec = "%" + directive.flags + directive.width + directive.precision;
+    if (takesText(directive.conversion)) {
         std::string text = argument.text() ? *argument.text() : std::to_string(*argument.integer());
-        if (spec.flags.empty() && spec.width.empty() && spec.precision.empty()) return text;
+        if (directive.flags.empty() && directive.width.empty() && directive.precision.empty()) return text;
         return fmt::sprintf(printfSpec + "s", text);
     }
     if (const std::string* text = argument.text()) return *text;
     long long value = *argument.integer();
-    switch (spec.conversion) {
+    switch (directive.conversion) {
         case 'f':
         case 'e':
         case 'E':
         case 'g':
         case 'G':
-            return fmt::sprintf(printfSpec + spec.conversion, static_cast<double>(value));
+            return fmt::sprintf(printfSpec + directive.conversion, static_cast<double>(value));
         case 'c':
             return fmt::sprintf(printfSpec + "c", static_cast<char>(value));
         case 'u':
         case 'x':
         case 'X':
         case 'o':
-            return fmt::sprintf(printfSpec + spec.conversion,
+            return fmt::sprintf(printfSpec + directive.conversion,
                                 static_cast<unsigned long long>(value));
         default:
             return fmt::sprintf(printfSpec + "d", value);
@@ -116,15 +116,15 @@ std::string formatString(std::string_view format, const std::vector<FormatArgume
             i += 2;
             continue;
         }
-        auto spec = parseSpec(format, i);
-        if (!spec) {
+        auto directive = parseDirective(format, i);
+        if (!directive) {
             out.push_back('%');
             ++i;
             continue;
         }
-        size_t index = spec->position ? static_cast<size_t>(*spec->position - 1) : next++;
-        if (index < arguments.size()) out += render(*spec, arguments[index]);
-        i = spec->end;
+        size_t index = directive->position ? static_cast<size_t>(*directive->position - 1) : next++;
+        if (index < arguments.size()) out += render(*directive, arguments[index]);
+        i = directive->end;
     }
     return out;
 }
@@ -138,15 +138,15 @@ std::vector<std::string> formatPlaceholders(std::string_view format) {
             ++i;
             continue;
         }
-        auto spec = parseSpec(format, i);
-        if (!spec) continue;
-        std::string kind = takesText(spec->conversion) ? "@" : "d";
-        if (spec->position) {
-            positional[*spec->position] = kind;
+        auto directive = parseDirective(format, i);
+        if (!directive) continue;
+        std::string kind = takesText(directive->conversion) ? "@" : "d";
+        if (directive->position) {
+            positional[*directive->position] = kind;
         } else {
             sequential.push_back(kind);
         }
-        i = spec->end - 1;
+        i = directive->end - 1;
     }
     for (const auto& [position, kind] : positional) {
         if (static_cast<size_t>(position) > sequential.size()) sequential.resize(position);
