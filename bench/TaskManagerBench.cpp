@@ -200,17 +200,19 @@ void BM_AsioQueuedMemory(benchmark::State& state) {
     std::atomic<long> counter{0};
     double bytes = 0;
     for (auto _ : state) {
-        // Both pool threads are held while the batch is queued.
+        // Both pool threads are held while the batch is queued. The holders
+        // count down too, so that the semaphores outlive their last use.
         ov::DispatchSemaphore gate(0), holding(0);
+        Countdown countdown(kTasks + 2);
         for (int t = 0; t < 2; ++t) {
             boost::asio::post(pool, [&] {
                 holding.signal();
                 gate.wait();
+                countdown.done();
             });
         }
         holding.wait();
         holding.wait();
-        Countdown countdown(kTasks);
         const std::size_t before = heapInUse();
         for (int i = 0; i < kTasks; ++i) {
             boost::asio::post(pool, [&counter, &countdown] {
