@@ -16,6 +16,7 @@
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "support/Eventually.h"
+#include "support/Gate.h"
 #include "support/MainQueuePump.h"
 
 using namespace ov;
@@ -23,24 +24,7 @@ using ovtest::eventually;
 
 namespace {
 
-// A gate that operations wait at (with a deadline, so a bug cannot hang the test).
-class Gate {
-  public:
-    void open() {
-        std::lock_guard lock(m_);
-        open_ = true;
-        cv_.notify_all();
-    }
-    bool wait(double seconds = 10.0) {
-        std::unique_lock lock(m_);
-        return cv_.wait_for(lock, std::chrono::duration<double>(seconds), [&] { return open_; });
-    }
-
-  private:
-    std::mutex m_;
-    std::condition_variable cv_;
-    bool open_ = false;
-};
+using ovtest::Gate;
 
 // Reports itself finished only when told to; keeps executing after start().
 class AsyncOperation : public Operation {

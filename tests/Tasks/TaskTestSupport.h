@@ -16,30 +16,9 @@
 #include "OVUtility/Tasks/StandardTask.h"
 #include "OVUtility/Tasks/TaskManager.h"
 #include "support/Eventually.h"
+#include "support/Gate.h"
 
 namespace ovtest {
-
-// Blocks waiters until opened (or until a generous deadline, so that a
-// failing test cannot hang the run).
-class Gate {
-  public:
-    void open() {
-        {
-            std::lock_guard lock(mutex_);
-            open_ = true;
-        }
-        cv_.notify_all();
-    }
-    bool wait(double seconds = 20.0) {
-        std::unique_lock lock(mutex_);
-        return cv_.wait_for(lock, std::chrono::duration<double>(seconds), [&] { return open_; });
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable cv_;
-    bool open_ = false;
-};
 
 // Events in the order they happened, from any thread.
 class EventLog {
