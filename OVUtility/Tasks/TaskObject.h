@@ -35,7 +35,8 @@ class TaskObject : public std::enable_shared_from_this<TaskObject> {
   protected:
     TaskObject() = default;
     TaskObject(const TaskObject&) = default;
-    TaskObject& operator=(const TaskObject&) = default;
+    // Tasks are reference objects shared through shared_ptr: never assigned.
+    TaskObject& operator=(const TaskObject&) = delete;
 };
 
 }  // namespace ov
