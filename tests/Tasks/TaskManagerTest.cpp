@@ -35,7 +35,7 @@ class TaskManagerTest : public ::testing::Test {
         task->setTaskExecutor(manager);
         task->setTaskId(std::move(id));
         task->setResult(succeeded());  // the base work finishes with the stored result
-        task->setCompletionClosure([&log, name](std::shared_ptr<TaskResult> r) {
+        task->setCompletionClosure([log, name](std::shared_ptr<TaskResult> r) {
             log.add(name + (r && r->success() ? " done" : " failed"));
         });
         return task;
@@ -453,6 +453,8 @@ TEST_F(TaskManagerTest, CancelAllTasksByPriorityQueryAndEverything) {
     // The running operation is cancelled too; its work's late result is dropped.
     ASSERT_TRUE(eventually([&] { return log.contains("holder failed"); }));
     gate2.open();
+    // The cancelled work still runs to its end: wait for it before the log goes away.
+    ASSERT_TRUE(eventually([&] { return log.contains("holder end"); }));
     ASSERT_TRUE(eventually([&] { return log.contains("x failed") && log.contains("y failed"); }));
     EXPECT_FALSE(log.contains("x start"));
     EXPECT_FALSE(log.contains("y start"));

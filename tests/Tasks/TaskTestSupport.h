@@ -20,31 +20,36 @@
 
 namespace ovtest {
 
-// Events in the order they happened, from any thread.
+// Events in the order they happened, from any thread. Copies share one
+// record, so task closures capture a copy and may outlive the test's log.
 class EventLog {
   public:
-    void add(std::string event) {
-        std::lock_guard lock(mutex_);
-        events_.push_back(std::move(event));
+    void add(std::string event) const {
+        std::lock_guard lock(state_->mutex);
+        state_->events.push_back(std::move(event));
     }
     std::vector<std::string> events() const {
-        std::lock_guard lock(mutex_);
-        return events_;
+        std::lock_guard lock(state_->mutex);
+        return state_->events;
     }
     bool contains(const std::string& event) const {
-        std::lock_guard lock(mutex_);
-        return std::find(events_.begin(), events_.end(), event) != events_.end();
+        std::lock_guard lock(state_->mutex);
+        return std::find(state_->events.begin(), state_->events.end(), event) !=
+               state_->events.end();
     }
     // Position of an event, or -1.
     int indexOf(const std::string& event) const {
-        std::lock_guard lock(mutex_);
-        auto it = std::find(events_.begin(), events_.end(), event);
-        return it == events_.end() ? -1 : static_cast<int>(it - events_.begin());
+        std::lock_guard lock(state_->mutex);
+        auto it = std::find(state_->events.begin(), state_->events.end(), event);
+        return it == state_->events.end() ? -1 : static_cast<int>(it - state_->events.begin());
     }
 
   private:
-    mutable std::mutex mutex_;
-    std::vector<std::string> events_;
+    struct State {
+        std::mutex mutex;
+        std::vector<std::string> events;
+    };
+    std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 inline std::shared_ptr<ov::TaskResult> succeeded() {
@@ -56,7 +61,7 @@ inline std::shared_ptr<ov::TaskResult> succeeded() {
 inline std::shared_ptr<ov::StandardClosureTask> loggedTask(
     const std::shared_ptr<ov::TaskManager>& manager, EventLog& log, std::string name,
     ov::TaskPriority priority = ov::TaskPriority::medium, Gate* gate = nullptr) {
-    auto task = ov::StandardClosureTask::make([&log, name, gate](ov::GeneralTask&) {
+    auto task = ov::StandardClosureTask::make([log, name, gate](ov::GeneralTask&) {
         log.add(name + " start");
         if (gate) gate->wait();
         log.add(name + " end");
@@ -64,7 +69,7 @@ inline std::shared_ptr<ov::StandardClosureTask> loggedTask(
     });
     task->setTaskExecutor(manager);
     task->setPriority(priority);
-    task->setCompletionClosure([&log, name](std::shared_ptr<ov::TaskResult> r) {
+    task->setCompletionClosure([log, name](std::shared_ptr<ov::TaskResult> r) {
         log.add(name + (r && r->success() ? " done" : " failed"));
     });
     return task;
