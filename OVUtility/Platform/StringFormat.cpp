@@ -72,7 +72,8 @@ std::string render(const Directive& directive, const FormatArgument& argument) {
     std::string printfSpec = "%" + directive.flags + directive.width + directive.precision;
     if (takesText(directive.conversion)) {
         std::string text = argument.text() ? *argument.text() : std::to_string(*argument.integer());
-        if (directive.flags.empty() && directive.width.empty() && directive.precision.empty()) return text;
+        if (directive.flags.empty() && directive.width.empty() && directive.precision.empty())
+            return text;
         return fmt::sprintf(printfSpec + "s", text);
     }
     if (const std::string* text = argument.text()) return *text;
