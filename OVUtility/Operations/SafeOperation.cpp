@@ -1,12 +1,11 @@
 #include "OVUtility/Operations/SafeOperation.h"
 
-#include <execinfo.h>
-
 #include <cstdlib>
 #include <string>
 
 #include "OVLog/OVLog.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
+#include "OVUtility/Platform/CallStack.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/OperationQueue.h"
@@ -36,25 +35,6 @@ constexpr std::string_view kFinishedKey = "isFinished";
 constexpr std::string_view kCancelledKey = "isCancelled";
 constexpr std::string_view kTerminatedKey = "isTerminated";
 constexpr std::string_view kPrematurelyFinishedKey = "isPrematurelyFinished";
-
-// The calling thread's call stack as a bracketed list of quoted frames.
-std::string callStackSymbols() {
-    void* frames[64];
-    int count = ::backtrace(frames, 64);
-    char** symbols = ::backtrace_symbols(frames, count);
-    std::string text = "[";
-    for (int i = 0; i < count; ++i) {
-        if (i > 0) text += ", ";
-        text += '"';
-        text += std::to_string(i);
-        text += "   ";
-        text += symbols ? symbols[i] : "?";
-        text += '"';
-    }
-    text += "]";
-    std::free(symbols);
-    return text;
-}
 
 std::shared_ptr<const OperationConfiguration> configurationOf(const OperationTask& task) {
     if (auto* configurable = taskCast<const TaskConfigurable>(&task)) {

@@ -1,7 +1,6 @@
 #include "OVUtility/Tasks/GeneralTask.h"
 
 #include <cxxabi.h>
-#include <execinfo.h>
 
 #include <cstdlib>
 #include <typeinfo>
@@ -10,6 +9,7 @@
 #include "OVUtility/Operations/OperationBridge.h"
 #include "OVUtility/Operations/OperationQueueAdditions.h"
 #include "OVUtility/Operations/OperationState.h"
+#include "OVUtility/Platform/CallStack.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/TaskDependable.h"
 #include "OVUtility/Tasks/TaskManager.h"
@@ -21,24 +21,6 @@ namespace {
 ovlog::Module& logModule() {
     static ovlog::Module& module = ovlog::Module::named("OperationTask");
     return module;
-}
-
-std::string callStackSymbols() {
-    void* frames[64];
-    int count = ::backtrace(frames, 64);
-    char** symbols = ::backtrace_symbols(frames, count);
-    std::string text = "[";
-    for (int i = 0; i < count; ++i) {
-        if (i > 0) text += ", ";
-        text += '"';
-        text += std::to_string(i);
-        text += "   ";
-        text += symbols ? symbols[i] : "?";
-        text += '"';
-    }
-    text += "]";
-    std::free(symbols);
-    return text;
 }
 
 // The default task configuration is empty and immutable: one instance serves
