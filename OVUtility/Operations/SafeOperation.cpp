@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <typeinfo>
 
 #include "OVLog/OVLog.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
@@ -24,6 +25,15 @@ ovlog::Module& logModule() {
 
 const TaskState* const kReady = &OperationStateReady::instance();
 const TaskState* const kFinished = &OperationStateFinished::instance();
+
+// Whether a canonical state is one of the four OperationStates (the states
+// the platform flags are read from); pointer tests, as every stored state is
+// its type's one instance.
+bool isOperationState(const TaskState* state) {
+    static const TaskState* const kExecuting = &OperationStateExecuting::instance();
+    static const TaskState* const kCanceled = &OperationStateCanceled::instance();
+    return state == kReady || state == kExecuting || state == kFinished || state == kCanceled;
+}
 
 bool is(const TaskState* state, std::string_view keyPath) {
     return state->kvoKeyPath() == keyPath;
@@ -63,7 +73,12 @@ SafeOperation::SafeOperation(std::shared_ptr<OperationTask> task)
 }
 
 std::shared_ptr<SafeOperation> SafeOperation::make(std::shared_ptr<OperationTask> task) {
-    std::shared_ptr<SafeOperation> op(new SafeOperation(std::move(task)));
+    // One allocation for the operation and its reference count (the
+    // constructor is protected, hence the local subclass).
+    struct Made final : SafeOperation {
+        explicit Made(std::shared_ptr<OperationTask> task) : SafeOperation(std::move(task)) {}
+    };
+    std::shared_ptr<SafeOperation> op = std::make_shared<Made>(std::move(task));
     if (op->task_) op->task_->setOperationBridge(op);
     op->setupOperation();
     return op;
@@ -72,8 +87,9 @@ std::shared_ptr<SafeOperation> SafeOperation::make(std::shared_ptr<OperationTask
 void SafeOperation::setupOperation() {
     auto task = this->task();
     if (!task) return;
-    if (auto* priority = dynamic_cast<const TaskPriority*>(task->priority().get())) {
-        setQueuePriority(priority->queuePriority());
+    // TaskPriority is final: a type test is enough (and far cheaper than a cast).
+    if (auto priority = task->priority(); priority && typeid(*priority) == typeid(TaskPriority)) {
+        setQueuePriority(static_cast<const TaskPriority&>(*priority).queuePriority());
     }
     setQualityOfService(bridgeValue(task->qualityOfService()));
     auto config = configurationOf(*task);
@@ -162,7 +178,7 @@ void SafeOperation::apply(const TaskState& target) {
         willChangeValue(effective->kvoKeyPath());
         willChangeValue(old->kvoKeyPath());
         state_.store(effective);
-        if (dynamic_cast<const OperationState*>(effective)) operationState_.store(effective);
+        if (isOperationState(effective)) operationState_.store(effective);
         didChangeValue(old->kvoKeyPath());
         didChangeValue(effective->kvoKeyPath());
         if (isCancelled()) {
@@ -293,11 +309,14 @@ void SafeOperation::stopExpirationTimer() {
 
 void SafeOperation::deliverCompletion() {
     if (completionDelivered_.exchange(true)) return;
+    // Delivered once: the closure is handed on, not copied, and the
+    // operation lets go of it (and of whatever it captured).
     CallBackClosure closure;
     std::shared_ptr<OperationQueue> queue;
     {
         std::lock_guard lock(fieldsMutex_);
-        closure = callBackClosure_;
+        closure = std::move(callBackClosure_);
+        callBackClosure_ = nullptr;
         queue = callBackQueue_;
     }
     if (!closure) return;

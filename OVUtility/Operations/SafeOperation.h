@@ -33,7 +33,7 @@
 // (holding the operation weakly); a transition that arrives after the
 // operation has finished is dropped. The completion callback runs exactly
 // once: at once on the finishing thread without a callback queue, else as a
-// block operation on it. Expiry (configuration `expiration` > 0 seconds,
+// block operation on it; `callBackClosure()` is empty from then on. Expiry (configuration `expiration` > 0 seconds,
 // armed at start on the serial queue "com.orvanta.safeoperation", leeway
 // 0.1 s) behaves like cancel(): a verbose "Operation canceled " line with the
 // call stack, Canceled, Finished, callback.

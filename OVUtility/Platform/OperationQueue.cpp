@@ -217,15 +217,21 @@ std::shared_ptr<DispatchQueue> OperationQueue::targetQueueLocked() const {
         qos_ == QualityOfService::unspecified ? QualityOfService::defaultQoS : qos_);
 }
 
-void OperationQueue::collectStartableLocked(std::vector<std::shared_ptr<Operation>>& out,
+void OperationQueue::collectStartableLocked(StartBatch& batch,
                                             std::vector<std::shared_ptr<Operation>>& drops) {
-    while (canStartLocked()) {
+    while (!batch.full() && canStartLocked()) {
         Operation* op = popPendingLocked(drops);
         if (!op) break;
         op->membership_ = Operation::Membership::running;
         ++running_;
-        out.push_back(op->queueRef_);
+        batch.operations[batch.count++] = op->queueRef_;
     }
+    if (batch.count > 0) batch.target = targetQueueLocked();
+}
+
+bool OperationQueue::dispatchBatch(StartBatch& batch) {
+    for (int i = 0; i < batch.count; ++i) dispatchRunner(std::move(batch.operations[i]), batch.target);
+    return batch.full();
 }
 
 void OperationQueue::addOperation(std::function<void()> block) {
@@ -244,9 +250,8 @@ void OperationQueue::addOperation(std::shared_ptr<Operation> op) {
                     op->name());
         return;
     }
-    std::vector<std::shared_ptr<Operation>> toRun;
+    StartBatch batch;
     std::vector<std::shared_ptr<Operation>> drops;
-    std::shared_ptr<DispatchQueue> target;
     {
         std::lock_guard lock(mutex_);
         Operation* raw = op.get();
@@ -262,22 +267,22 @@ void OperationQueue::addOperation(std::shared_ptr<Operation> op) {
         if (count_++ == 0 && !isMainQueue_) keepAlive_ = weak_from_this().lock();
         raw->queue_.store(this, std::memory_order_release);
         pushPendingLocked(raw, /*front=*/false);
-        collectStartableLocked(toRun, drops);
-        if (!toRun.empty()) target = targetQueueLocked();
+        collectStartableLocked(batch, drops);
     }
-    for (auto& next : toRun) dispatchRunner(std::move(next), target);
+    if (dispatchBatch(batch)) pump();
 }
 
 void OperationQueue::pump() {
-    std::vector<std::shared_ptr<Operation>> toRun;
-    std::vector<std::shared_ptr<Operation>> drops;
-    std::shared_ptr<DispatchQueue> target;
-    {
-        std::lock_guard lock(mutex_);
-        collectStartableLocked(toRun, drops);
-        if (!toRun.empty()) target = targetQueueLocked();
+    bool more = true;
+    while (more) {
+        StartBatch batch;
+        std::vector<std::shared_ptr<Operation>> drops;
+        {
+            std::lock_guard lock(mutex_);
+            collectStartableLocked(batch, drops);
+        }
+        more = dispatchBatch(batch);
     }
-    for (auto& next : toRun) dispatchRunner(std::move(next), target);
 }
 
 void OperationQueue::dispatchRunner(std::shared_ptr<Operation> op,

@@ -105,8 +105,19 @@ class OperationQueue : public std::enable_shared_from_this<OperationQueue> {
     Operation* popPendingLocked(std::vector<std::shared_ptr<Operation>>& drops);
     void pushPendingLocked(Operation* op, bool front);
     std::shared_ptr<DispatchQueue> targetQueueLocked() const;
-    void collectStartableLocked(std::vector<std::shared_ptr<Operation>>& out,
-                                std::vector<std::shared_ptr<Operation>>& drops);
+    // Operations taken to be started, collected under the lock and handed to
+    // runners after it: a small fixed batch, so that adding an operation
+    // allocates nothing for it.
+    struct StartBatch {
+        static constexpr int kCapacity = 8;
+        std::shared_ptr<Operation> operations[kCapacity];
+        int count = 0;
+        std::shared_ptr<DispatchQueue> target;
+        bool full() const { return count == kCapacity; }
+    };
+    void collectStartableLocked(StartBatch& batch, std::vector<std::shared_ptr<Operation>>& drops);
+    // Dispatches a collected batch; returns whether it was full (more may wait).
+    bool dispatchBatch(StartBatch& batch);
     void pump();
     void dispatchRunner(std::shared_ptr<Operation> op, std::shared_ptr<DispatchQueue> target);
     void runLoop(std::shared_ptr<Operation> op);

@@ -31,13 +31,21 @@ std::shared_ptr<const TaskConfiguration> defaultTaskConfiguration() {
     return *configuration;
 }
 
+// Likewise the default operation configuration: it is immutable (tasks hold
+// it as const), so one instance stands for a fresh default in every task.
+std::shared_ptr<const OperationConfiguration> defaultOperationConfiguration() {
+    static const auto* const configuration = new std::shared_ptr<const OperationConfiguration>(
+        std::make_shared<const DefaultOperationConfiguration>());
+    return *configuration;
+}
+
 }  // namespace
 
 GeneralTask::GeneralTask()
     : result_(std::make_shared<GeneralTaskResult>(false, std::nullopt)),
       priority_(TaskPriority::shared(TaskPriority::medium)),
       configuration_(defaultTaskConfiguration()),
-      operationConfiguration_(std::make_shared<const DefaultOperationConfiguration>()) {}
+      operationConfiguration_(defaultOperationConfiguration()) {}
 
 GeneralTask::~GeneralTask() = default;
 

@@ -72,7 +72,7 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     // (DefaultTaskConfiguration)
     std::shared_ptr<const TaskConfiguration> configuration() const override;
     void setConfiguration(std::shared_ptr<const TaskConfiguration> configuration);
-    // (a new DefaultOperationConfiguration per task)
+    // (DefaultOperationConfiguration: one immutable instance shared by all tasks)
     std::shared_ptr<const OperationConfiguration> operationConfiguration() const override;
     void setOperationConfiguration(std::shared_ptr<const OperationConfiguration> configuration);
     // (none)

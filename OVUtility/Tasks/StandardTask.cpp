@@ -9,8 +9,10 @@ namespace ov {
 
 // ------------------------------------------------------------------ StandardTask
 
-StandardTask::StandardTask()
-    : taskId_(makeIdentifier("--standard-task-")), taskExecutor_(TaskManager::sharedInstance()) {}
+StandardTask::StandardTask() : StandardTask("--standard-task-") {}
+
+StandardTask::StandardTask(std::string_view idPrefix)
+    : taskId_(makeIdentifier(idPrefix)), taskExecutor_(TaskManager::sharedInstance()) {}
 
 std::string StandardTask::taskId() const {
     std::lock_guard lock(idMutex_);
@@ -73,9 +75,8 @@ std::string StandardTask::description() const {
 
 // ------------------------------------------------------------------ StandardClosureTask
 
-StandardClosureTask::StandardClosureTask(TaskClosure closure) : taskClosure_(std::move(closure)) {
-    replaceTaskId("--standard-closure-task-");
-}
+StandardClosureTask::StandardClosureTask(TaskClosure closure)
+    : StandardTask("--standard-closure-task-"), taskClosure_(std::move(closure)) {}
 
 void StandardClosureTask::didExecute() {
     // A closure that returns no result failed (see GeneralClosureTask).
@@ -86,9 +87,7 @@ void StandardClosureTask::didExecute() {
 // ------------------------------------------------------------------ StandardAsyncClosureTask
 
 StandardAsyncClosureTask::StandardAsyncClosureTask(TaskClosure closure)
-    : taskClosure_(std::move(closure)) {
-    replaceTaskId("--standard-async-closure-task-");
-}
+    : StandardTask("--standard-async-closure-task-"), taskClosure_(std::move(closure)) {}
 
 void StandardAsyncClosureTask::didExecute() {
     Callback callback = [weak = weak_from_this()](std::shared_ptr<TaskResult> result) {

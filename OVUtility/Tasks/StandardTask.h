@@ -79,7 +79,9 @@ class StandardTask : public GeneralTask,
     std::string debugDescription() const { return description(); }
 
   protected:
-    // For subclasses that replace the id prefix.
+    // For subclasses with their own id prefix: the id is made once, with it.
+    explicit StandardTask(std::string_view idPrefix);
+    // For subclasses that replace the id prefix after construction.
     void replaceTaskId(std::string_view prefix);
 
   private:

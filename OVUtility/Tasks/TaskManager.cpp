@@ -2,6 +2,7 @@
 
 #include <cxxabi.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <typeinfo>
 
@@ -197,9 +198,65 @@ void TaskManager::serialize(bool shouldWait, std::function<void()> closure) {
 
 void TaskManager::addTask(std::shared_ptr<OperationTask> task) {
     if (!task) return;
-    serialize(false, [weak = weak_from_this(), task = std::move(task)] {
-        if (auto self = weak.lock()) self->addToQueue(task);
-    });
+    enqueueIntake(IntakeItem{std::move(task)});
+}
+
+void TaskManager::enqueueIntake(IntakeItem item) {
+    bool first;
+    {
+        std::lock_guard lock(intakeMutex_);
+        first = intake_.empty();
+        intake_.push_back(std::move(item));
+    }
+    if (first) {
+        serialize(false, [weak = weak_from_this()] {
+            if (auto self = weak.lock()) self->drainIntake();
+        });
+    }
+}
+
+void TaskManager::drainIntake() {
+    // Runs on the serial queue. Items are taken in order: first what is left
+    // of the batch in hand, then the next batch from the intake list.
+    if (drained_ == draining_.size()) {
+        draining_.clear();
+        drained_ = 0;
+        std::lock_guard lock(intakeMutex_);
+        draining_.swap(intake_);
+    }
+    const std::size_t end = std::min(draining_.size(), drained_ + kIntakeBatch);
+    while (drained_ < end) {
+        // Moved out first: the steps below may add to the intake (a
+        // dependant executed in turn) or re-enter through serialize().
+        IntakeItem item = std::move(draining_[drained_++]);
+        if (item.ended) {
+            operationEnded(item);
+        } else {
+            addToQueue(item.task);
+        }
+    }
+    // Another block follows while work is left: the rest of this batch, or
+    // items that joined the list while this block held its previous batch
+    // (their drain was this very block).
+    bool more = drained_ < draining_.size();
+    if (!more) {
+        std::lock_guard lock(intakeMutex_);
+        more = !intake_.empty();
+    }
+    if (more) {
+        serialize(false, [weak = weak_from_this()] {
+            if (auto self = weak.lock()) self->drainIntake();
+        });
+    }
+}
+
+void TaskManager::operationEnded(const IntakeItem& item) {
+    auto it = operationQueues_.find(item.priority);
+    if (it != operationQueues_.end() && it->second.queue.get() == item.queue &&
+        it->second.unfinished > 0) {
+        --it->second.unfinished;
+    }
+    completeOperation(taskIdOf(*item.task), item.priority, item.task, item.deIndexFirst);
 }
 
 bool TaskManager::taskExists(const std::string& indexId) {
@@ -323,8 +380,9 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     }
 
     // 4. The queue of the task's priority.
-    const int priority = task->priority() ? task->priority()->intValue() : 0;
-    auto queue = queueForTask(*task);
+    auto priorityValue = task->priority();
+    const int priority = priorityValue ? priorityValue->intValue() : 0;
+    auto queue = queueForTask(*task, priority);
     if (!queue) {
         TM_LOG(error, kAddToQueue,
                "{} can't find queue. This should be handled by disposable queue", describe(*task));
@@ -351,26 +409,16 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     // queue, when the operation has ended: it delivers the completion there
     // (unless the task leaves the index first) and moves the bookkeeping
     // onto the serial queue.
+    // SafeOperation::make copies the task's priority and quality of service.
     auto operation = SafeOperation::make(task);
-    operation->setQualityOfService(bridgeValue(task->qualityOfService()));
     auto config = configurationOf(*task);
     const bool deIndexFirst = config && config->deIndexBeforeCompletion();
     operation->setCallBackClosure(
         [weak = weak_from_this(), task, priority, queue = queue.get(), deIndexFirst] {
             if (!deIndexFirst) deliverCompletion(task);
-            auto self = weak.lock();
-            if (!self) return;
-            self->serialize(false, [weak, task, priority, queue, deIndexFirst] {
-                auto self = weak.lock();
-                if (!self) return;
-                // The queue pointer only identifies the slot; it is never dereferenced.
-                auto it = self->operationQueues_.find(priority);
-                if (it != self->operationQueues_.end() && it->second.queue.get() == queue &&
-                    it->second.unfinished > 0) {
-                    --it->second.unfinished;
-                }
-                self->completeOperation(taskIdOf(*task), priority, task, deIndexFirst);
-            });
+            if (auto self = weak.lock()) {
+                self->enqueueIntake(IntakeItem{task, queue, priority, true, deIndexFirst});
+            }
         });
 
     // 7.
@@ -384,11 +432,10 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
 
 // ------------------------------------------------------------------ queues
 
-std::shared_ptr<OperationQueue> TaskManager::queueForTask(const OperationTask& task) {
+std::shared_ptr<OperationQueue> TaskManager::queueForTask(const OperationTask& task, int key) {
+    if (auto it = operationQueues_.find(key); it != operationQueues_.end()) return it->second.queue;
     auto priority = task.priority();
     if (!priority) priority = TaskPriority::shared(TaskPriority::medium);
-    const int key = priority->intValue();
-    if (auto it = operationQueues_.find(key); it != operationQueues_.end()) return it->second.queue;
 
     // A queue made on demand mirrors the default layout: the medium band
     // runs its tasks concurrently, every other band one at a time.
@@ -521,7 +568,8 @@ void TaskManager::deIndexFinished(const std::shared_ptr<OperationTask>& task,
                                   const std::string* knownId) {
     auto* indexable = taskCast<TaskIndexable>(task.get());
     if (!indexable) return;
-    const std::string id = knownId ? *knownId : indexable->taskId();
+    std::string ownId;
+    const std::string& id = knownId ? *knownId : (ownId = indexable->taskId());
     // Only this task's own entry: an invisible entry (canBeIndexed off) may
     // have been replaced by a newer task with the same id.
     auto current = taskIndexer_->indexedTask(id);

@@ -45,9 +45,11 @@
 // contract; see TaskManager.cpp for the exact texts.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -137,13 +139,36 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
         std::size_t unfinished = 0;
     };
 
-    std::shared_ptr<OperationQueue> queueForTask(const OperationTask& task);
+    // Admissions and ended operations reach the serial queue through one
+    // intake list, in the order they were handed over: the first item of an
+    // empty list schedules a drain, later ones join it, so a burst of tasks
+    // costs one serial-queue block per batch instead of one per task.
+    struct IntakeItem {
+        std::shared_ptr<OperationTask> task;
+        // Ended operations only: the queue slot it ran in (identity only,
+        // never dereferenced), its priority and deIndexBeforeCompletion.
+        const OperationQueue* queue = nullptr;
+        int priority = 0;
+        bool ended = false;
+        bool deIndexFirst = false;
+    };
+    static constexpr std::size_t kIntakeBatch = 256;  // items per serial-queue block
+    void enqueueIntake(IntakeItem item);
+    void drainIntake();
+    void operationEnded(const IntakeItem& item);
+
+    std::shared_ptr<OperationQueue> queueForTask(const OperationTask& task, int priority);
     void registerQueue(const QueueConfiguration& configuration);
     // `knownId`: the task's id when the caller already has it.
     void deIndexFinished(const std::shared_ptr<OperationTask>& task,
                          const std::string* knownId = nullptr);
     void deliverDuplicates(const std::shared_ptr<OperationTask>& task,
                            const std::shared_ptr<TaskResult>& result);
+
+    std::mutex intakeMutex_;
+    std::vector<IntakeItem> intake_;    // guarded by intakeMutex_
+    std::vector<IntakeItem> draining_;  // serial queue only
+    std::size_t drained_ = 0;           // serial queue only: next item of draining_
 
     std::shared_ptr<TaskIndexer> taskIndexer_;
     std::map<int, QueueSlot> operationQueues_;

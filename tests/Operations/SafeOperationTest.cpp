@@ -110,8 +110,12 @@ TEST(SafeOperationStateTableTest, ExecutingCancelEndsCanceledAndFinished) {
         f.op->start();
         f.log->take();
         if (variant == 0) f.op->cancel();
-        if (variant == 1) EXPECT_TRUE(f.op->update(OperationStateCanceled{}));
-        if (variant == 2) EXPECT_TRUE(f.op->update(OperationStateTerminated{}));
+        if (variant == 1) {
+            EXPECT_TRUE(f.op->update(OperationStateCanceled{}));
+        }
+        if (variant == 2) {
+            EXPECT_TRUE(f.op->update(OperationStateTerminated{}));
+        }
         EXPECT_EQ(f.log->take(),
                   concat(concat(transition("isExecuting", "isCancelled"), kFinishedPair),
                          {"task-did:isExecuting>isCancelled"}))

@@ -90,8 +90,8 @@ TEST(GeneralTaskTest, InitialValues) {
     EXPECT_EQ(task->priority()->intValue(), 0);
     EXPECT_EQ(rawValue(task->qualityOfService()), 0);
     EXPECT_TRUE(std::dynamic_pointer_cast<const DefaultTaskConfiguration>(task->configuration()));
-    auto other = std::make_shared<GeneralTask>();
-    EXPECT_NE(task->operationConfiguration(), other->operationConfiguration());  // fresh per task
+    EXPECT_TRUE(std::dynamic_pointer_cast<const DefaultOperationConfiguration>(
+        task->operationConfiguration()));
     EXPECT_FALSE(task->operationConfiguration()->deIndexBeforeCompletion());
     EXPECT_FALSE(task->completionClosure());
     EXPECT_FALSE(task->operationBridge());

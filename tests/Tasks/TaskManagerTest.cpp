@@ -335,7 +335,9 @@ TEST_F(TaskManagerTest, DuplicatesRunOnceAndShareTheResult) {
     EXPECT_TRUE(secondResult->success());
     EXPECT_EQ(capture->countStartingWith("duplication of Counting is found in indexer"), 2u);
     for (const auto& r : capture->records()) {
-        if (r.message.rfind("duplication of ", 0) == 0) EXPECT_EQ(r.level, ovlog::Level::warning);
+        if (r.message.rfind("duplication of ", 0) == 0) {
+            EXPECT_EQ(r.level, ovlog::Level::warning);
+        }
     }
     EXPECT_EQ(capture->countStartingWith("adding task Counting"), 1u);
 }
