@@ -96,6 +96,21 @@ void SafeOperation::setupOperation() {
     setCallBackQueue(config ? config->callbackQueue() : nullptr);
 }
 
+// A transition handed to the callback queue: a block operation that applies
+// `state` to the operation if it still exists, in one allocation.
+class SafeOperation::HandOver final : public BlockOperation {
+  public:
+    HandOver(std::weak_ptr<SafeOperation> target, const TaskState& state)
+        : target_(std::move(target)), state_(&state) {}
+    void main() override {
+        if (auto target = target_.lock()) target->apply(*state_);
+    }
+
+  private:
+    std::weak_ptr<SafeOperation> target_;
+    const TaskState* state_;  // a canonical state instance: lives for the process
+};
+
 std::weak_ptr<SafeOperation> SafeOperation::weakSelf() {
     return std::static_pointer_cast<SafeOperation>(weak_from_this().lock());
 }
@@ -198,10 +213,7 @@ void SafeOperation::apply(const TaskState& target) {
 void SafeOperation::handOver(const TaskState& target) {
     auto queue = callBackQueue();
     if (queue && MainRunLoop::isMainThread()) {
-        const TaskState* state = &target.canonical();
-        queue->addOperation([weak = weakSelf(), state] {
-            if (auto self = weak.lock()) self->apply(*state);
-        });
+        queue->addOperation(std::make_shared<HandOver>(weakSelf(), target.canonical()));
     } else {
         apply(target);
     }
@@ -262,9 +274,8 @@ void SafeOperation::finish() {
 
 void SafeOperation::finishingPath() {
     if (auto queue = callBackQueue()) {
-        queue->addOperation([weak = weakSelf()] {
-            if (auto self = weak.lock()) self->apply(OperationStateFinished::instance());
-        });
+        queue->addOperation(
+            std::make_shared<HandOver>(weakSelf(), OperationStateFinished::instance()));
     } else {
         apply(OperationStateFinished::instance());
     }
@@ -274,9 +285,8 @@ void SafeOperation::dispatchCancel() {
     OVLOG_AT(ovlog::Level::verbose, logModule(), "SafeOperation", "dispatchCancel()",
              "Operation canceled {}", callStackSymbols());
     if (auto queue = callBackQueue()) {
-        queue->addOperation([weak = weakSelf()] {
-            if (auto self = weak.lock()) self->apply(OperationStateCanceled::instance());
-        });
+        queue->addOperation(
+            std::make_shared<HandOver>(weakSelf(), OperationStateCanceled::instance()));
     } else {
         apply(OperationStateCanceled::instance());
     }

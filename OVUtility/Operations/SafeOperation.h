@@ -101,6 +101,7 @@ class SafeOperation : public Operation, public OperationBridge {
     virtual void setupOperation();
 
   private:
+    class HandOver;
     void apply(const TaskState& target);
     void handOver(const TaskState& target);
     void finishingPath();

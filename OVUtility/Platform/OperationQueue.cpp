@@ -109,14 +109,13 @@ void OperationQueue::setMaxConcurrentOperationCount(int count) {
 }
 
 bool OperationQueue::isSuspended() const {
-    std::lock_guard lock(mutex_);
-    return suspended_;
+    return suspended_.load(std::memory_order_acquire);
 }
 
 void OperationQueue::setSuspended(bool suspended) {
     {
         std::lock_guard lock(mutex_);
-        suspended_ = suspended;
+        suspended_.store(suspended, std::memory_order_release);
     }
     if (!suspended) pump();
 }
@@ -170,7 +169,8 @@ int OperationQueue::effectiveMaxLocked() const {
 }
 
 bool OperationQueue::canStartLocked() const {
-    return !suspended_ && pendingCount_ > 0 && running_ < effectiveMaxLocked();
+    return !suspended_.load(std::memory_order_relaxed) && pendingCount_ > 0 &&
+           running_ < effectiveMaxLocked();
 }
 
 void OperationQueue::pushPendingLocked(Operation* op, bool front) {
@@ -230,7 +230,8 @@ void OperationQueue::collectStartableLocked(StartBatch& batch,
 }
 
 bool OperationQueue::dispatchBatch(StartBatch& batch) {
-    for (int i = 0; i < batch.count; ++i) dispatchRunner(std::move(batch.operations[i]), batch.target);
+    for (int i = 0; i < batch.count; ++i)
+        dispatchRunner(std::move(batch.operations[i]), batch.target);
     return batch.full();
 }
 

@@ -139,7 +139,7 @@ class OperationQueue : public std::enable_shared_from_this<OperationQueue> {
     int running_ = 0;
     int waiters_ = 0;
     int maxConcurrent_ = defaultMaxConcurrentOperationCount;
-    bool suspended_ = false;
+    std::atomic<bool> suspended_{false};  // written under mutex_, read anywhere
     bool isMainQueue_ = false;
     std::optional<std::string> name_;
     QualityOfService qos_ = QualityOfService::defaultQoS;

@@ -21,6 +21,18 @@ class TaskIndexer {
     virtual void deIndex(const std::string& indexId) = 0;
     virtual bool canIndex(const std::shared_ptr<TaskIndexable>& task) = 0;
     virtual std::vector<std::shared_ptr<TaskIndexable>> allIndexedTasks() const = 0;
+
+    // The same two steps for a caller that already holds the task's id
+    // (`taskId` equals task->taskId()), sparing the indexer another copy of
+    // it. By default they forward to the forms above.
+    virtual void index(std::shared_ptr<TaskIndexable> task, std::string taskId) {
+        (void)taskId;
+        index(std::move(task));
+    }
+    virtual bool canIndex(const std::shared_ptr<TaskIndexable>& task, const std::string& taskId) {
+        (void)taskId;
+        return canIndex(task);
+    }
 };
 
 }  // namespace ov

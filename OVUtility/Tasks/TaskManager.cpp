@@ -58,11 +58,6 @@ std::string describe(const T& task) {
     return typeName(&task, typeid(task));
 }
 
-std::string taskIdOf(const OperationTask& task) {
-    auto* indexable = taskCast<const TaskIndexable>(&task);
-    return indexable ? indexable->taskId() : std::string();
-}
-
 std::shared_ptr<TaskResult> resultOf(const OperationTask& task) {
     if (auto* general = taskCast<const GeneralTask>(&task)) return general->result();
     if (auto* completable = taskCast<const TaskCompletable>(&task)) return completable->result();
@@ -198,7 +193,9 @@ void TaskManager::serialize(bool shouldWait, std::function<void()> closure) {
 
 void TaskManager::addTask(std::shared_ptr<OperationTask> task) {
     if (!task) return;
-    enqueueIntake(IntakeItem{std::move(task)});
+    IntakeItem item;
+    item.task = std::move(task);
+    enqueueIntake(std::move(item));
 }
 
 void TaskManager::enqueueIntake(IntakeItem item) {
@@ -256,7 +253,7 @@ void TaskManager::operationEnded(const IntakeItem& item) {
         it->second.unfinished > 0) {
         --it->second.unfinished;
     }
-    completeOperation(taskIdOf(*item.task), item.priority, item.task, item.deIndexFirst);
+    completeOperation(item.taskId, item.priority, item.task, item.deIndexFirst);
 }
 
 bool TaskManager::taskExists(const std::string& indexId) {
@@ -358,16 +355,19 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     // completed (never wrapped yet: admit it again without asking the index,
     // which would otherwise take it for its own duplicate) or the same task
     // added twice (refused like any duplicate).
+    // The id is read once; the completion step de-indexes by this same id.
     auto indexable = taskPointerCast<TaskIndexable>(task);
+    std::string taskId;
     if (indexable) {
-        auto existing = taskIndexer_->indexedTask(indexable->taskId());
+        taskId = indexable->taskId();
+        auto existing = taskIndexer_->indexedTask(taskId);
         const bool sameObject = existing && existing.get() == indexable.get();
         if ((sameObject && wasWrapped(*task)) ||
-            (!sameObject && !taskIndexer_->canIndex(indexable))) {
+            (!sameObject && !taskIndexer_->canIndex(indexable, taskId))) {
             TM_LOG(warning, kAddToQueue, "duplication of {} is found in indexer", describe(*task));
             return;
         }
-        if (!sameObject) taskIndexer_->index(indexable);
+        if (!sameObject) taskIndexer_->index(indexable, taskId);
     }
 
     // 3. Waiting for other tasks: stays registered, queued by notifyCompleteTask.
@@ -387,7 +387,7 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
         TM_LOG(error, kAddToQueue,
                "{} can't find queue. This should be handled by disposable queue", describe(*task));
         // It can never run: do not leave it registered.
-        if (indexable) deIndexFinished(task);
+        if (indexable) deIndexFinished(task, &taskId);
         return;
     }
     QueueSlot& slot = operationQueues_[priority];
@@ -413,13 +413,14 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     auto operation = SafeOperation::make(task);
     auto config = configurationOf(*task);
     const bool deIndexFirst = config && config->deIndexBeforeCompletion();
-    operation->setCallBackClosure(
-        [weak = weak_from_this(), task, priority, queue = queue.get(), deIndexFirst] {
-            if (!deIndexFirst) deliverCompletion(task);
-            if (auto self = weak.lock()) {
-                self->enqueueIntake(IntakeItem{task, queue, priority, true, deIndexFirst});
-            }
-        });
+    operation->setCallBackClosure([weak = weak_from_this(), task, taskId = std::move(taskId),
+                                   priority, queue = queue.get(), deIndexFirst]() mutable {
+        if (!deIndexFirst) deliverCompletion(task);
+        if (auto self = weak.lock()) {
+            self->enqueueIntake(IntakeItem{std::move(task), std::move(taskId), queue, priority,
+                                           true, deIndexFirst});
+        }
+    });
 
     // 7.
     TM_LOG(debug, kAddToQueue, "adding task {} existingCount:{} suspended:{}", describe(*task),

@@ -145,8 +145,10 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
     // costs one serial-queue block per batch instead of one per task.
     struct IntakeItem {
         std::shared_ptr<OperationTask> task;
-        // Ended operations only: the queue slot it ran in (identity only,
-        // never dereferenced), its priority and deIndexBeforeCompletion.
+        // Ended operations only: the id it was admitted under, the queue
+        // slot it ran in (identity only, never dereferenced), its priority
+        // and deIndexBeforeCompletion.
+        std::string taskId;
         const OperationQueue* queue = nullptr;
         int priority = 0;
         bool ended = false;

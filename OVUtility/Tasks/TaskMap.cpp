@@ -7,7 +7,12 @@ namespace ov {
 void TaskMap::index(std::shared_ptr<TaskIndexable> task) {
     if (!task) return;
     std::string id = task->taskId();
-    map_[std::move(id)] = std::move(task);
+    index(std::move(task), std::move(id));
+}
+
+void TaskMap::index(std::shared_ptr<TaskIndexable> task, std::string taskId) {
+    if (!task) return;
+    map_.insert_or_assign(std::move(taskId), std::move(task));
 }
 
 std::shared_ptr<TaskIndexable> TaskMap::indexedTask(const std::string& indexId) const {
@@ -26,7 +31,12 @@ void TaskMap::deIndex(const std::string& indexId) {
 
 bool TaskMap::canIndex(const std::shared_ptr<TaskIndexable>& task) {
     if (!task) return false;
-    auto existing = indexedTask(task->taskId());
+    return canIndex(task, task->taskId());
+}
+
+bool TaskMap::canIndex(const std::shared_ptr<TaskIndexable>& task, const std::string& taskId) {
+    if (!task) return false;
+    auto existing = indexedTask(taskId);
     if (!existing) return true;
 
     auto newExclusive = std::dynamic_pointer_cast<TaskExclusible>(task);
@@ -37,7 +47,7 @@ bool TaskMap::canIndex(const std::shared_ptr<TaskIndexable>& task) {
         if (a && b && *a == *b) return false;
     }
 
-    if (task->taskId() != existing->taskId()) return true;
+    if (taskId != existing->taskId()) return true;
 
     auto newDuplicable = std::dynamic_pointer_cast<TaskDuplicable>(task);
     if (!newDuplicable) return false;

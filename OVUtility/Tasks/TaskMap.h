@@ -24,10 +24,12 @@ namespace ov {
 class TaskMap : public TaskIndexer {
   public:
     void index(std::shared_ptr<TaskIndexable> task) override;
+    void index(std::shared_ptr<TaskIndexable> task, std::string taskId) override;
     std::shared_ptr<TaskIndexable> indexedTask(const std::string& indexId) const override;
     bool isIndexed(const std::string& indexId) const override;
     void deIndex(const std::string& indexId) override;
     bool canIndex(const std::shared_ptr<TaskIndexable>& task) override;
+    bool canIndex(const std::shared_ptr<TaskIndexable>& task, const std::string& taskId) override;
     std::vector<std::shared_ptr<TaskIndexable>> allIndexedTasks() const override;
 
     const std::unordered_map<std::string, std::shared_ptr<TaskIndexable>>& map() const {
