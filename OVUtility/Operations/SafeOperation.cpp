@@ -73,12 +73,10 @@ SafeOperation::SafeOperation(std::shared_ptr<OperationTask> task)
 }
 
 std::shared_ptr<SafeOperation> SafeOperation::make(std::shared_ptr<OperationTask> task) {
-    // One allocation for the operation and its reference count (the
-    // constructor is protected, hence the local subclass).
-    struct Made final : SafeOperation {
-        explicit Made(std::shared_ptr<OperationTask> task) : SafeOperation(std::move(task)) {}
-    };
-    std::shared_ptr<SafeOperation> op = std::make_shared<Made>(std::move(task));
+    // Not make_shared: the task keeps a weak link to its operation, and a
+    // shared block would hold the whole finished operation's memory for as
+    // long as the task lives.
+    std::shared_ptr<SafeOperation> op(new SafeOperation(std::move(task)));
     if (op->task_) op->task_->setOperationBridge(op);
     op->setupOperation();
     return op;

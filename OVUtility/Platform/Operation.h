@@ -98,6 +98,11 @@ class Operation : public KeyValueObservable, public std::enable_shared_from_this
     Operation* next_ = nullptr;
     Operation* pendingNext_ = nullptr;     // FIFO of its priority level
     std::shared_ptr<Operation> queueRef_;  // the queue's strong reference
+    // Set by the queue just before it dispatches a runner for the operation
+    // and taken by that runner, so that the dispatched block is two words
+    // (stored inline, no allocation) yet keeps both alive.
+    std::shared_ptr<Operation> runnerRef_;
+    std::shared_ptr<OperationQueue> runnerQueue_;
 };
 
 // Runs one or more blocks, in the order added, on the thread that starts it.

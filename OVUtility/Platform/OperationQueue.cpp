@@ -288,8 +288,14 @@ void OperationQueue::pump() {
 
 void OperationQueue::dispatchRunner(std::shared_ptr<Operation> op,
                                     std::shared_ptr<DispatchQueue> target) {
-    target->async([self = shared_from_this(), op = std::move(op)]() mutable {
-        self->runLoop(std::move(op));
+    // The references travel in the operation itself (see Operation::runnerRef_):
+    // a block capturing only a pointer fits in the function's inline storage.
+    Operation* raw = op.get();
+    raw->runnerQueue_ = shared_from_this();
+    raw->runnerRef_ = std::move(op);
+    target->async([raw] {
+        auto self = std::move(raw->runnerQueue_);
+        self->runLoop(std::move(raw->runnerRef_));
     });
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <typeinfo>
+#include <utility>
 
 #include "OVLog/OVLog.h"
 #include "OVUtility/Operations/OperationBridge.h"
@@ -218,8 +219,13 @@ bool GeneralTask::beginCompletion() {
     return !completionBegun_.exchange(true, std::memory_order_acq_rel);
 }
 
-void GeneralTask::callCompletionClosure(const std::shared_ptr<TaskResult>& result) const {
-    if (auto closure = completionClosure()) closure(result);
+void GeneralTask::callCompletionClosure(const std::shared_ptr<TaskResult>& result) {
+    CompletionClosure closure;
+    {
+        std::lock_guard lock(mutex_);
+        closure = std::exchange(completionClosure_, nullptr);
+    }
+    if (closure) closure(result);
 }
 
 void GeneralTask::completeWithoutOperation() {

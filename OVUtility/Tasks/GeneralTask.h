@@ -75,7 +75,7 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     // (DefaultOperationConfiguration: one immutable instance shared by all tasks)
     std::shared_ptr<const OperationConfiguration> operationConfiguration() const override;
     void setOperationConfiguration(std::shared_ptr<const OperationConfiguration> configuration);
-    // (none)
+    // (none; empty again once it has been called)
     virtual CompletionClosure completionClosure() const;
     virtual void setCompletionClosure(CompletionClosure closure);
     // (none; held weakly: the operation owns the task, not the reverse)
@@ -115,8 +115,11 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     bool hasBegunCompletion() const { return completionBegun_.load(std::memory_order_acquire); }
     // Whether the task's operation has finished or been cancelled.
     bool hasOperationEnded() const { return operationEnded_.load(std::memory_order_acquire); }
-    // Calls the completion closure with `result` (when one is set).
-    void callCompletionClosure(const std::shared_ptr<TaskResult>& result) const;
+    // Calls the closure stored by setCompletionClosure with `result` (when
+    // one is set). The closure is handed over, not copied: the task lets go
+    // of it (and of what it captured), so completionClosure() is empty after.
+    // Called once per task, after beginCompletion().
+    void callCompletionClosure(const std::shared_ptr<TaskResult>& result);
 
   protected:
     // Stores a result produced by the work, unless the task was cancelled or

@@ -103,11 +103,14 @@ void deliverToDuplicates(const std::vector<std::shared_ptr<TaskDuplicable>>& dup
                          const std::shared_ptr<TaskResult>& result) {
     for (const auto& duplicate : duplicates) {
         if (!duplicate) continue;
-        if (auto* general = taskCast<GeneralTask>(duplicate.get())) {
-            if (!general->beginCompletion()) continue;
-        }
+        auto* general = taskCast<GeneralTask>(duplicate.get());
+        if (general && !general->beginCompletion()) continue;
         duplicate->setResult(result);
-        if (auto closure = duplicate->completionClosure()) closure(result);
+        if (general) {
+            general->callCompletionClosure(result);
+        } else if (auto closure = duplicate->completionClosure()) {
+            closure(result);
+        }
     }
 }
 
