@@ -2,49 +2,10 @@
 
 #include "OVUtility/Operations/OperationBridge.h"
 #include "OVUtility/Operations/OperationState.h"
-#include "OVUtility/Tasks/TaskManager.h"
-#include "OVUtility/Tasks/UUIDString.h"
 
 namespace ov {
 
-DynamicTask::DynamicTask()
-    : taskId_(makeIdentifier("--dynamic-task-")), taskExecutor_(TaskManager::sharedInstance()) {}
-
-std::string DynamicTask::taskId() const {
-    std::lock_guard lock(mutex_);
-    return taskId_;
-}
-
-void DynamicTask::setTaskId(std::string taskId) {
-    std::lock_guard lock(mutex_);
-    taskId_ = std::move(taskId);
-}
-
-bool DynamicTask::canBeIndexed() const {
-    return canBeIndexed_.load(std::memory_order_acquire);
-}
-
-void DynamicTask::setCanBeIndexed(bool canBeIndexed) {
-    canBeIndexed_.store(canBeIndexed, std::memory_order_release);
-}
-
-std::shared_ptr<TaskOperationExecutor> DynamicTask::taskExecutor() const {
-    std::lock_guard lock(mutex_);
-    return taskExecutor_;
-}
-
-void DynamicTask::setTaskExecutor(std::shared_ptr<TaskOperationExecutor> executor) {
-    std::lock_guard lock(mutex_);
-    taskExecutor_ = std::move(executor);
-}
-
-bool DynamicTask::shouldRemoveQueueOnComplete() const {
-    return shouldRemoveQueueOnComplete_.load(std::memory_order_acquire);
-}
-
-void DynamicTask::setShouldRemoveQueueOnComplete(bool remove) {
-    shouldRemoveQueueOnComplete_.store(remove, std::memory_order_release);
-}
+DynamicTask::DynamicTask() : ManagedTask("--dynamic-task-") {}
 
 std::optional<std::string> DynamicTask::exclusiveId() const {
     std::lock_guard lock(mutex_);

@@ -1,9 +1,9 @@
-// ov::DynamicTask: the fullest task class. A GeneralTask that is indexable
-// ("--dynamic-task-<UUID>"), executable through a task manager, dependable,
-// combinable, completable, duplicable (a newcomer with the same id is
-// absorbed and gets this task's result through its own completion closure),
-// exclusive (an optional exclusiveId), disposable and interruptable: its
-// work can be paused and resumed at the points it marks.
+// ov::DynamicTask: the fullest task class. A ManagedTask (indexable by
+// "--dynamic-task-<UUID>" ids, executable through a task manager, dependable,
+// combinable, disposable) that is also completable, duplicable (a newcomer
+// with the same id is absorbed and gets this task's result through its own
+// completion closure), exclusive (an optional exclusiveId) and
+// interruptable: its work can be paused and resumed at the points it marks.
 //
 //   class Scan : public ov::DynamicTask {
 //       void didExecute() override {
@@ -35,20 +35,15 @@
 #include <vector>
 
 #include "OVUtility/Platform/DispatchSemaphore.h"
-#include "OVUtility/Tasks/StandardTask.h"
+#include "OVUtility/Tasks/ManagedTask.h"
 #include "OVUtility/Tasks/TaskCompletable.h"
 
 namespace ov {
 
-class DynamicTask : public GeneralTask,
-                    public virtual TaskExecutable,
-                    public virtual TaskIndexable,
-                    public virtual TaskDependable,
-                    public virtual TaskCombinable,
+class DynamicTask : public ManagedTask,
                     public virtual TaskCompletable,
                     public virtual TaskDuplicable,
                     public virtual TaskExclusible,
-                    public virtual TaskDisposable,
                     public virtual TaskInterruptable {
   public:
     using CompletionClosure = GeneralTask::CompletionClosure;
@@ -56,24 +51,6 @@ class DynamicTask : public GeneralTask,
     DynamicTask();
     static std::shared_ptr<DynamicTask> make() { return std::make_shared<DynamicTask>(); }
 
-    // ("--dynamic-task-" + UUID)
-    std::string taskId() const override;
-    void setTaskId(std::string taskId);
-    // (true)
-    bool canBeIndexed() const override;
-    void setCanBeIndexed(bool canBeIndexed) override;
-    // (TaskManager::sharedInstance())
-    std::shared_ptr<TaskOperationExecutor> taskExecutor() const override;
-    void setTaskExecutor(std::shared_ptr<TaskOperationExecutor> executor);
-    // (empty) Touched in the executor's serial context.
-    std::vector<std::string>& dependencies() override { return dependencies_; }
-    std::vector<std::shared_ptr<TaskResult>>& previousResults() override {
-        return previousResults_;
-    }
-    std::vector<std::shared_ptr<TaskDependable>>& nextTasks() override { return nextTasks_; }
-    // (false)
-    bool shouldRemoveQueueOnComplete() const override;
-    void setShouldRemoveQueueOnComplete(bool remove);
     // (none)
     std::optional<std::string> exclusiveId() const override;
     void setExclusiveId(std::optional<std::string> exclusiveId);
@@ -95,14 +72,6 @@ class DynamicTask : public GeneralTask,
     void setCompletionClosure(CompletionClosure closure) override {
         GeneralTask::setCompletionClosure(std::move(closure));
     }
-    std::shared_ptr<const PriorityValue> priority() const override {
-        return GeneralTask::priority();
-    }
-    TaskQualityOfService qualityOfService() const override {
-        return GeneralTask::qualityOfService();
-    }
-    using GeneralTask::setPriority;
-
     void pause() override;
     void resume() override;
     // Called by the work on its operation thread; see the header comment.
@@ -114,14 +83,7 @@ class DynamicTask : public GeneralTask,
   private:
     void releasePausablePoint();
 
-    mutable std::mutex mutex_;
-    std::string taskId_;
-    std::atomic<bool> canBeIndexed_{true};
-    std::shared_ptr<TaskOperationExecutor> taskExecutor_;
-    std::vector<std::string> dependencies_;
-    std::vector<std::shared_ptr<TaskResult>> previousResults_;
-    std::vector<std::shared_ptr<TaskDependable>> nextTasks_;
-    std::atomic<bool> shouldRemoveQueueOnComplete_{false};
+    mutable std::mutex mutex_;  // guards exclusiveId_
     std::optional<std::string> exclusiveId_;
     std::vector<std::shared_ptr<TaskDuplicable>> duplicatedTasks_;
     // Exists only while the work is blocked at a pausable point. Guarded by

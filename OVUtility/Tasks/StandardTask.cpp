@@ -2,8 +2,6 @@
 
 #include "OVUtility/Platform/DispatchQueue.h"
 #include "OVUtility/Platform/MainRunLoop.h"
-#include "OVUtility/Tasks/TaskManager.h"
-#include "OVUtility/Tasks/UUIDString.h"
 
 namespace ov {
 
@@ -11,48 +9,7 @@ namespace ov {
 
 StandardTask::StandardTask() : StandardTask("--standard-task-") {}
 
-StandardTask::StandardTask(std::string_view idPrefix)
-    : taskId_(makeIdentifier(idPrefix)), taskExecutor_(TaskManager::sharedInstance()) {}
-
-std::string StandardTask::taskId() const {
-    std::lock_guard lock(idMutex_);
-    return taskId_;
-}
-
-void StandardTask::setTaskId(std::string taskId) {
-    std::lock_guard lock(idMutex_);
-    taskId_ = std::move(taskId);
-}
-
-void StandardTask::replaceTaskId(std::string_view prefix) {
-    setTaskId(makeIdentifier(prefix));
-}
-
-bool StandardTask::canBeIndexed() const {
-    return canBeIndexed_.load(std::memory_order_acquire);
-}
-
-void StandardTask::setCanBeIndexed(bool canBeIndexed) {
-    canBeIndexed_.store(canBeIndexed, std::memory_order_release);
-}
-
-std::shared_ptr<TaskOperationExecutor> StandardTask::taskExecutor() const {
-    std::lock_guard lock(idMutex_);
-    return taskExecutor_;
-}
-
-void StandardTask::setTaskExecutor(std::shared_ptr<TaskOperationExecutor> executor) {
-    std::lock_guard lock(idMutex_);
-    taskExecutor_ = std::move(executor);
-}
-
-bool StandardTask::shouldRemoveQueueOnComplete() const {
-    return shouldRemoveQueueOnComplete_.load(std::memory_order_acquire);
-}
-
-void StandardTask::setShouldRemoveQueueOnComplete(bool remove) {
-    shouldRemoveQueueOnComplete_.store(remove, std::memory_order_release);
-}
+StandardTask::StandardTask(std::string_view idPrefix) : ManagedTask(idPrefix) {}
 
 std::string StandardTask::description() const {
     // The class name split at every "__"; the last piece names the task.

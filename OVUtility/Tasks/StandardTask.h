@@ -1,7 +1,8 @@
-// ov::StandardTask: the ready-made task class, a GeneralTask that is also
-// indexable (by a fresh "--standard-task-<UUID>" id), executable through a
-// task manager (the shared one unless replaced), dependable, combinable and
-// disposable. Use it through its two closure variants or subclass it:
+// ov::StandardTask: the ready-made task class, a ManagedTask: a GeneralTask
+// that is also indexable (by a fresh "--standard-task-<UUID>" id), executable
+// through a task manager (the shared one unless replaced), dependable,
+// combinable and disposable. Use it through its two closure variants or
+// subclass it:
 //
 //   auto login = ov::StandardClosureTask::make([](ov::GeneralTask&) {
 //       return std::make_shared<ov::GeneralTaskResult>(signIn(), std::nullopt);
@@ -29,51 +30,14 @@
 #include <string>
 #include <vector>
 
-#include "OVUtility/Tasks/GeneralTask.h"
-#include "OVUtility/Tasks/TaskDependable.h"
-#include "OVUtility/Tasks/TaskExecutable.h"
-#include "OVUtility/Tasks/TaskIndexable.h"
-#include "OVUtility/Tasks/TaskInterruptable.h"
+#include "OVUtility/Tasks/ManagedTask.h"
 
 namespace ov {
 
-class StandardTask : public GeneralTask,
-                     public virtual TaskExecutable,
-                     public virtual TaskIndexable,
-                     public virtual TaskDependable,
-                     public virtual TaskCombinable,
-                     public virtual TaskDisposable {
+class StandardTask : public ManagedTask {
   public:
     StandardTask();
     static std::shared_ptr<StandardTask> make() { return std::make_shared<StandardTask>(); }
-
-    // ("--standard-task-" + UUID)
-    std::string taskId() const override;
-    void setTaskId(std::string taskId);
-    // (true)
-    bool canBeIndexed() const override;
-    void setCanBeIndexed(bool canBeIndexed) override;
-    // (TaskManager::sharedInstance())
-    std::shared_ptr<TaskOperationExecutor> taskExecutor() const override;
-    void setTaskExecutor(std::shared_ptr<TaskOperationExecutor> executor);
-    // (empty) Touched in the executor's serial context.
-    std::vector<std::string>& dependencies() override { return dependencies_; }
-    std::vector<std::shared_ptr<TaskResult>>& previousResults() override {
-        return previousResults_;
-    }
-    std::vector<std::shared_ptr<TaskDependable>>& nextTasks() override { return nextTasks_; }
-    // (false)
-    bool shouldRemoveQueueOnComplete() const override;
-    void setShouldRemoveQueueOnComplete(bool remove);
-
-    // GeneralTask's values (one overrider for both protocol views).
-    std::shared_ptr<const PriorityValue> priority() const override {
-        return GeneralTask::priority();
-    }
-    TaskQualityOfService qualityOfService() const override {
-        return GeneralTask::qualityOfService();
-    }
-    using GeneralTask::setPriority;
 
     std::string description() const override;
     std::string debugDescription() const { return description(); }
@@ -81,18 +45,6 @@ class StandardTask : public GeneralTask,
   protected:
     // For subclasses with their own id prefix: the id is made once, with it.
     explicit StandardTask(std::string_view idPrefix);
-    // For subclasses that replace the id prefix after construction.
-    void replaceTaskId(std::string_view prefix);
-
-  private:
-    mutable std::mutex idMutex_;
-    std::string taskId_;
-    std::atomic<bool> canBeIndexed_{true};
-    std::shared_ptr<TaskOperationExecutor> taskExecutor_;
-    std::vector<std::string> dependencies_;
-    std::vector<std::shared_ptr<TaskResult>> previousResults_;
-    std::vector<std::shared_ptr<TaskDependable>> nextTasks_;
-    std::atomic<bool> shouldRemoveQueueOnComplete_{false};
 };
 
 // A StandardTask whose work is a synchronous closure ("--standard-closure-task-" ids).
