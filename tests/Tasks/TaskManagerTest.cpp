@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 #include "OVLog/CaptureSink.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
@@ -624,6 +625,41 @@ TEST_F(TaskManagerTest, SerializeWithoutWaitingRunsLaterInSubmissionOrder) {
     gate.open();
     manager->serialize(true, [] {});
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
+}
+
+// Tasks reach the serial queue in batches; whatever a thread added is still
+// admitted before its own later calls, across many batches and threads.
+TEST_F(TaskManagerTest, AddedTasksAreAdmittedBeforeTheAddingThreadsNextCall) {
+    ovlog::OLog::setLevel("OperationTask", ovlog::Level::warning);  // 1,200 tasks: keep it quiet
+    Gate gate;
+    auto holder = loggedTask(manager, log, "holder", TaskPriority::high, &gate);
+    holder->execute();
+    ASSERT_TRUE(eventually([&] { return log.contains("holder start"); }));
+
+    constexpr int kThreads = 4;
+    constexpr int kPerThread = 300;  // more than one intake batch in all
+    std::atomic<int> completed{0};
+    std::atomic<int> missing{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kPerThread; ++i) {
+                auto task = StandardClosureTask::make([](GeneralTask&) { return succeeded(); });
+                task->setTaskExecutor(manager);
+                task->setCompletionClosure(
+                    [&completed](std::shared_ptr<TaskResult>) { completed.fetch_add(1); });
+                task->execute();
+                // Held back by the running high task, so it must be registered.
+                if (!manager->taskExists(task->taskId())) missing.fetch_add(1);
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(missing.load(), 0);
+    EXPECT_EQ(completed.load(), 0);  // the medium queue waits for the high one
+    gate.open();
+    ASSERT_TRUE(eventually([&] { return completed.load() == kThreads * kPerThread; }));
+    EXPECT_TRUE(eventually([&] { return log.contains("holder done"); }));
 }
 
 TEST_F(TaskManagerTest, AManagerThatIsGoneDropsItsWork) {
