@@ -392,12 +392,15 @@ class ParagraphLayout {
                       if (unsafe) unsafe_[cluster] = true;
                   });
         }
-        // Tabs advance to the next default tab stop. Stops are counted from the
-        // paragraph's start (exact for the first line of a paragraph).
+        // Tabs advance to the next default tab stop. prefix_ counts the stops
+        // from the paragraph's start, which is right for its first line and
+        // for one-line layouts; lineWidth() recounts them for wrapped lines.
         prefix_.assign(length_ + 1, 0.0);
         shapedPrefix_.assign(length_ + 1, 0.0);
+        tabsBefore_.assign(length_ + 1, 0);
         for (int32_t i = 0; i < length_; ++i) {
             shapedPrefix_[i + 1] = shapedPrefix_[i] + advance_[i];
+            tabsBefore_[i + 1] = tabsBefore_[i] + (text_[i] == u'\t' ? 1 : 0);
             if (text_[i] == u'\t') {
                 const double x = prefix_[i];
                 advance_[i] = (std::floor(x / kTabInterval + 1e-9) + 1) * kTabInterval - x;
@@ -413,6 +416,22 @@ class ParagraphLayout {
 
     double span(int32_t start, int32_t end) const { return prefix_[end] - prefix_[start]; }
 
+    // What the tab stops add to the shaped width of [start, end) on a line
+    // that starts at `start`: its tabs advance to stops counted from there.
+    double tabAdjustment(int32_t start, int32_t end) const {
+        if (tabsBefore_[end] == tabsBefore_[start]) return 0;
+        if (start == 0) return span(start, end) - (shapedPrefix_[end] - shapedPrefix_[start]);
+        double x = 0;
+        for (int32_t i = start; i < end; ++i) {
+            if (text_[i] == u'\t') {
+                x = (std::floor(x / kTabInterval + 1e-9) + 1) * kTabInterval;
+            } else {
+                x += shapedPrefix_[i + 1] - shapedPrefix_[i];
+            }
+        }
+        return x - (shapedPrefix_[end] - shapedPrefix_[start]);
+    }
+
     // Width of [start, end) as drawn on a line of its own: the shaped
     // advances, re-shaped when a line edge falls where HarfBuzz says the
     // glyphs would change (a ligature or kerning across the break).
@@ -420,9 +439,10 @@ class ParagraphLayout {
         if (end <= start) return 0;
         const bool exact = (startsLine && start > 0 && unsafe_[start]) ||
                            (endsLine && end < length_ && unsafe_[end]);
-        if (!exact) return span(start, end);
-        // Re-shaped width, with tab stops applied as in span().
-        double width = span(start, end) - (shapedPrefix_[end] - shapedPrefix_[start]);
+        const double tabs = tabAdjustment(start, end);
+        if (!exact) return shapedPrefix_[end] - shapedPrefix_[start] + tabs;
+        // Re-shaped width, with the same tab stops.
+        double width = tabs;
         for (const Item& item : items_) {
             const int32_t a = std::max(item.start, start);
             const int32_t b = std::min(item.end, end);
@@ -618,6 +638,7 @@ class ParagraphLayout {
     std::vector<double> advance_;
     std::vector<double> prefix_;        // with tab stops
     std::vector<double> shapedPrefix_;  // as shaped
+    std::vector<int32_t> tabsBefore_;   // tabs in [0, i)
     std::vector<bool> clusterStart_;
     std::vector<bool> unsafe_;
     std::vector<int32_t> graphemes_;

@@ -25,7 +25,7 @@
 //   the line falls back to breaking between characters. White space at the
 //   end of a line hangs: it does not count toward the line's width. A tab
 //   advances to the next multiple of 28 points (the default tab stops),
-//   counted from the start of its paragraph.
+//   counted from the start of its line.
 // - The other modes keep each paragraph on one line; a wider line is clipped
 //   to the width, or shortened with "…" at its head, middle or tail.
 // - Each line is as tall as the tallest font on it (ascender - descender +

@@ -282,6 +282,16 @@ TEST(TextMeasurementTest, TabsAdvanceToTabStops) {
     EXPECT_NEAR(widthOf(wide + "\t3:45"), 112 + widthOf("3:45"), 1e-9);
     // Each paragraph starts its own stops.
     EXPECT_NEAR(widthOf(wide + "\n\tx"), widthOf(wide), 1e-9);
+    // So does each wrapped line: the tab on the second line goes to the
+    // first stop of that line, whatever the first line held.
+    const std::string second = "ab\tcd";
+    const double secondWidth = widthOf(second);
+    ASSERT_NEAR(secondWidth, 28 + widthOf("cd"), 1e-9);
+    const auto text = styled(wide + " " + second, LineBreakMode::byWordWrapping);
+    const auto layout = ov::layoutText(text, {w + 1, kUnlimited});
+    ASSERT_EQ(lineTexts(text, layout), (std::vector<std::string>{wide + " ", second}));
+    EXPECT_NEAR(layout.lines[1].usedSize.width, secondWidth, 1e-9);
+    EXPECT_NEAR(layout.lines[0].usedSize.width, w, 1e-9);
 }
 
 TEST(TextMeasurementTest, HeightLimitKeepsWholeLines) {
