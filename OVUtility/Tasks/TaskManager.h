@@ -16,7 +16,10 @@
 // - All bookkeeping (index, queue table) runs on one private serial queue,
 //   "--task-manager-queue", in submission order; serialize() is the way in.
 //   taskExists() and isIdle() wait for it, so they must not be called from
-//   inside a serialize() closure.
+//   inside a serialize() closure. addTask() and the end of each operation
+//   reach that queue through one intake list, drained a batch at a time, so
+//   a burst of tasks costs one serial-queue block per batch; a task added by
+//   a thread is still admitted before anything that thread serializes next.
 // - Admission, in order: a task already cancelled is dropped ("is cancelled
 //   before added to queue"); a task the index refuses (same id registered:
 //   a duplicate is handed to the registered task, an equal exclusive id is
