@@ -2,7 +2,6 @@
 
 #include <cxxabi.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <typeinfo>
 
@@ -202,12 +201,12 @@ void TaskManager::addTask(std::shared_ptr<OperationTask> task) {
 }
 
 void TaskManager::enqueueIntake(IntakeItem item) {
-    bool first;
-    {
-        std::lock_guard lock(intakeMutex_);
-        first = intake_.empty();
-        intake_.push_back(std::move(item));
-    }
+    // The first item of an empty list schedules the drain, and does so before
+    // the lock is released: whoever adds to a non-empty list therefore knows
+    // that a drain is already queued ahead of anything it serializes next.
+    std::lock_guard lock(intakeMutex_);
+    const bool first = intake_.empty();
+    intake_.push_back(std::move(item));
     if (first) {
         serialize(false, [weak = weak_from_this()] {
             if (auto self = weak.lock()) self->drainIntake();
@@ -216,38 +215,22 @@ void TaskManager::enqueueIntake(IntakeItem item) {
 }
 
 void TaskManager::drainIntake() {
-    // Runs on the serial queue. Items are taken in order: first what is left
-    // of the batch in hand, then the next batch from the intake list.
-    if (drained_ == draining_.size()) {
-        draining_.clear();
-        drained_ = 0;
+    // Runs on the serial queue and takes the whole list: stopping part-way
+    // would let a block queued behind this one overtake the rest.
+    {
         std::lock_guard lock(intakeMutex_);
         draining_.swap(intake_);
     }
-    const std::size_t end = std::min(draining_.size(), drained_ + kIntakeBatch);
-    while (drained_ < end) {
-        // Moved out first: the steps below may add to the intake (a
-        // dependant executed in turn) or re-enter through serialize().
-        IntakeItem item = std::move(draining_[drained_++]);
+    for (auto& item : draining_) {
+        // The steps below may add to the intake (a dependant executed in
+        // turn): that goes to the fresh list and its own drain.
         if (item.ended) {
             operationEnded(item);
         } else {
             addToQueue(item.task);
         }
     }
-    // Another block follows while work is left: the rest of this batch, or
-    // items that joined the list while this block held its previous batch
-    // (their drain was this very block).
-    bool more = drained_ < draining_.size();
-    if (!more) {
-        std::lock_guard lock(intakeMutex_);
-        more = !intake_.empty();
-    }
-    if (more) {
-        serialize(false, [weak = weak_from_this()] {
-            if (auto self = weak.lock()) self->drainIntake();
-        });
-    }
+    draining_.clear();
 }
 
 void TaskManager::operationEnded(const IntakeItem& item) {

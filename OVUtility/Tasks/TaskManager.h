@@ -157,7 +157,6 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
         bool ended = false;
         bool deIndexFirst = false;
     };
-    static constexpr std::size_t kIntakeBatch = 256;  // items per serial-queue block
     void enqueueIntake(IntakeItem item);
     void drainIntake();
     void operationEnded(const IntakeItem& item);
@@ -173,7 +172,6 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
     std::mutex intakeMutex_;
     std::vector<IntakeItem> intake_;    // guarded by intakeMutex_
     std::vector<IntakeItem> draining_;  // serial queue only
-    std::size_t drained_ = 0;           // serial queue only: next item of draining_
 
     std::shared_ptr<TaskIndexer> taskIndexer_;
     std::map<int, QueueSlot> operationQueues_;
