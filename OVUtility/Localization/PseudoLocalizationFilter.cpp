@@ -7,10 +7,9 @@
 
 #include <sys/random.h>
 
-#include <unicode/brkiter.h>
-#include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
+#include "OVUtility/Extensions/UnicodeSupport.h"
 #include "OVUtility/Platform/Fatal.h"
 #include "OVUtility/Platform/UserDefaults.h"
 
@@ -72,22 +71,8 @@ const std::vector<std::string_view>& lookAlikes() {
 }
 
 size_t graphemeCount(std::string_view text) {
-    if (text.empty()) return 0;
-    auto unicode = icu::UnicodeString::fromUTF8(
-        icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-    // One character break iterator per thread: creating one loads ICU data.
-    thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> it(
-            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-        if (U_FAILURE(status)) it.reset();
-        return it;
-    }();
-    if (!iterator) return static_cast<size_t>(unicode.countChar32());
-    iterator->setText(unicode);
-    size_t count = 0;
-    for (int32_t p = iterator->next(); p != icu::BreakIterator::DONE; p = iterator->next()) ++count;
-    return count;
+    std::string storage;  // ill-formed input is counted as repaired (one U+FFFD per bad sequence)
+    return detail::graphemeBoundaries(detail::repairedUtf8(text, storage)).size() - 1;
 }
 
 std::mutex& sharedMutex() {
