@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string>
 #include <typeinfo>
+#include <utility>
 
 #include "OVLog/OVLog.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
@@ -329,8 +330,7 @@ void SafeOperation::deliverCompletion() {
     std::shared_ptr<OperationQueue> queue;
     {
         std::lock_guard lock(fieldsMutex_);
-        closure = std::move(callBackClosure_);
-        callBackClosure_ = nullptr;
+        closure = std::exchange(callBackClosure_, nullptr);
         queue = callBackQueue_;
     }
     if (!closure) return;
