@@ -12,6 +12,11 @@
 // MainQueueOperationConfiguration differs only in callbackQueue (the main
 // operation queue).
 //
+// Configurations are values: a task keeps its own copy (copy(), taken by
+// setOperationConfiguration), so changing a configuration object after
+// handing it to a task changes nothing the task, its operation or the task
+// manager sees, and no thread reads an object another one is changing.
+//
 //   auto config = std::make_shared<ov::DefaultOperationConfiguration>();
 //   config->setExpiration(2.0);
 //   config->callbackQueue() == ov::sharedCallBackQueue();   // same object every time
@@ -34,6 +39,9 @@ class OperationConfiguration {
     virtual std::shared_ptr<OperationQueue> callbackQueue() const = 0;
     virtual double expiration() const = 0;
     virtual bool deIndexBeforeCompletion() const = 0;
+    // An independent copy with the same values. Default: a copy of the six
+    // values (a configuration type with more state overrides it).
+    virtual std::shared_ptr<const OperationConfiguration> copy() const;
 };
 
 // Shared storage of the two public configurations.
@@ -70,11 +78,13 @@ class StoredOperationConfiguration : public OperationConfiguration {
 // Callbacks on the shared serial callback queue (sharedCallBackQueue()).
 struct DefaultOperationConfiguration final : StoredOperationConfiguration {
     DefaultOperationConfiguration();
+    std::shared_ptr<const OperationConfiguration> copy() const override;
 };
 
 // Callbacks on the main operation queue (OperationQueue::main()).
 struct MainQueueOperationConfiguration final : StoredOperationConfiguration {
     MainQueueOperationConfiguration();
+    std::shared_ptr<const OperationConfiguration> copy() const override;
 };
 
 }  // namespace ov

@@ -26,7 +26,8 @@ std::size_t incompleteOperationCount(const OperationQueue& queue) {
 
 void addSafeOperationTask(OperationQueue& queue, std::shared_ptr<OperationTask> task) {
     if (!task) return;
-    queue.addOperation(SafeOperation::make(std::move(task)));
+    // An ended task refuses a new operation and is not run again.
+    if (auto operation = SafeOperation::make(std::move(task))) queue.addOperation(operation);
 }
 
 }  // namespace ov

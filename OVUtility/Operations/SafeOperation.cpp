@@ -9,6 +9,7 @@
 #include "OVUtility/Operations/OperationConfiguration.h"
 #include "OVUtility/Platform/CallStack.h"
 #include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/InterleavingPoint.h"
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/OperationTask.h"
@@ -84,7 +85,8 @@ std::shared_ptr<SafeOperation> SafeOperation::make(std::shared_ptr<OperationTask
         explicit Made(std::shared_ptr<OperationTask> task) : SafeOperation(std::move(task)) {}
     };
     std::shared_ptr<SafeOperation> op = std::make_shared<Made>(std::move(task));
-    if (op->task_) op->task_->setOperationBridge(op);
+    // A task that has already ended refuses the link: it must not run again.
+    if (op->task_ && !op->task_->attachOperationBridge(op)) return nullptr;
     op->setupOperation();
     return op;
 }
@@ -180,20 +182,46 @@ void SafeOperation::setCallBackQueue(std::shared_ptr<OperationQueue> queue) {
 
 // ------------------------------------------------------------------ transitions
 
+namespace {
+
+// The states in which the operation has started and not yet ended: executing,
+// or a task state (paused, resumed) taken while executing.
+bool isOperatingState(const TaskState* state) {
+    return !is(state, kReadyKey) && !is(state, kTerminatedKey) &&
+           !is(state, kPrematurelyFinishedKey) && !is(state, kFinishedKey) &&
+           !is(state, kCancelledKey);
+}
+
+// The state a transition really takes. A request decided on a state that has
+// changed meanwhile (another thread started, cancelled or finished the
+// operation between the test and the transition) still ends the operation:
+// - a start after an early cancel, or an early cancel after the start: Canceled;
+// - a start after an early finish, or an early finish after the start: Finished.
+const TaskState* effectiveTarget(const TaskState* old, const TaskState* target) {
+    if ((is(old, kTerminatedKey) && is(target, kExecutingKey)) ||
+        (isOperatingState(old) && is(target, kTerminatedKey))) {
+        return &OperationStateCanceled::instance();
+    }
+    if ((is(old, kPrematurelyFinishedKey) && is(target, kExecutingKey)) ||
+        (isOperatingState(old) && is(target, kPrematurelyFinishedKey))) {
+        return kFinished;
+    }
+    return target;
+}
+
+}  // namespace
+
 void SafeOperation::apply(const TaskState& target) {
     auto keepAlive = weak_from_this().lock();  // queues drop their reference on "isFinished"
     auto task = this->task();
     const TaskState* old;
-    const TaskState* effective = &target.canonical();
+    const TaskState* effective;
     {
         std::unique_lock guard(lock_, std::defer_lock);
         if (guarded_) guard.lock();
         if (operationState_.load() == kFinished) return;  // late hand-over after the end
         old = state_.load();
-        if ((is(old, kTerminatedKey) && is(effective, kExecutingKey)) ||
-            (is(old, kExecutingKey) && is(effective, kTerminatedKey))) {
-            effective = &OperationStateCanceled::instance();
-        }
+        effective = effectiveTarget(old, &target.canonical());
         if (task) task->willChange(*old, *effective);
         willChangeValue(effective->kvoKeyPath());
         willChangeValue(old->kvoKeyPath());
@@ -228,6 +256,7 @@ bool SafeOperation::update(const TaskState& state) {
     const std::string_view key = state.kvoKeyPath();
     if (key == kFinishedKey || key == kPrematurelyFinishedKey) {
         if (isReady()) {
+            OV_INTERLEAVING_POINT("SafeOperation.update.finishWhileReady");
             apply(OperationStatePrematurelyFinished::instance());
         } else if (isOperating()) {
             finishingPath();
@@ -246,6 +275,7 @@ bool SafeOperation::update(const TaskState& state) {
         accepted = task && task->shouldChange(state);
     }
     if (!accepted) return false;
+    OV_INTERLEAVING_POINT("SafeOperation.update.accepted");
     handOver(state);
     return true;
 }
@@ -257,12 +287,14 @@ void SafeOperation::start() {
         finishingPath();
     } else {
         armExpirationTimer();
+        OV_INTERLEAVING_POINT("SafeOperation.start");
         apply(OperationStateExecuting::instance());
     }
 }
 
 void SafeOperation::cancel() {
     if (isReady()) {
+        OV_INTERLEAVING_POINT("SafeOperation.cancel.whileReady");
         apply(OperationStateTerminated::instance());
     } else if (isOperating()) {
         dispatchCancel();
@@ -271,6 +303,7 @@ void SafeOperation::cancel() {
 
 void SafeOperation::finish() {
     if (isReady()) {
+        OV_INTERLEAVING_POINT("SafeOperation.finish.whileReady");
         apply(OperationStatePrematurelyFinished::instance());
     } else if (isOperating()) {
         finishingPath();

@@ -21,8 +21,13 @@
 // key), didChange(new key) -> when the operation is now cancelled, it is
 // finished as well (announced "isFinished") -> unlock -> task->didChange(old,
 // new) -> when finished: stop the expiration timer, deliver the callback.
-// A start racing an early cancel (Terminated -> Executing), or a cancel
-// racing a start (Executing -> Terminated), ends as Canceled.
+// A transition chosen on a state that another thread changed meanwhile still
+// ends the operation: a start racing an early cancel (Terminated ->
+// Executing), or an early cancel landing after the start (executing, paused
+// or resumed -> Terminated), ends as Canceled; a start racing an early finish
+// (PrematurelyFinished -> Executing), or an early finish landing after the
+// start (-> PrematurelyFinished), ends as Finished. Every operation that
+// starts therefore ends, with exactly one callback.
 //
 // Guarded (the task has no operation configuration, or its isThreadSafe is
 // true; read once, at creation): transitions and state tests take the
@@ -30,8 +35,9 @@
 // all, and serialising state changes is the caller's business.
 //
 // Finishing and cancelling are handed to `callBackQueue()` when one is set
-// (holding the operation weakly); a transition that arrives after the
-// operation has finished is dropped. The completion callback runs exactly
+// (holding the operation weakly). Kept on purpose: a transition that arrives
+// after the operation has finished is ignored (no second "isFinished", no
+// second callback). The completion callback runs exactly
 // once: at once on the finishing thread without a callback queue, else as a
 // block operation on it; `callBackClosure()` is empty from then on. Expiry (configuration `expiration` > 0 seconds,
 // armed at start on the serial queue "com.orvanta.safeoperation", leeway
@@ -65,7 +71,9 @@ class SafeOperation : public Operation, public OperationBridge {
 
     // Wraps `task`: sets its operation bridge to the new operation, copies its
     // priority (when it is a TaskPriority) and quality of service, and takes
-    // the callback queue from its operation configuration.
+    // the callback queue from its operation configuration. Null when the task
+    // refuses the link because it has already ended (see
+    // OperationTask::attachOperationBridge): an ended task never runs again.
     static std::shared_ptr<SafeOperation> make(std::shared_ptr<OperationTask> task);
     SafeOperation() = delete;  // an operation always carries a task
 

@@ -11,6 +11,7 @@
 #include "OVUtility/Operations/OperationQueueAdditions.h"
 #include "OVUtility/Operations/OperationState.h"
 #include "OVUtility/Platform/CallStack.h"
+#include "OVUtility/Platform/InterleavingPoint.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/TaskDependable.h"
 #include "OVUtility/Tasks/TaskManager.h"
@@ -112,6 +113,8 @@ std::shared_ptr<const OperationConfiguration> GeneralTask::operationConfiguratio
 
 void GeneralTask::setOperationConfiguration(
     std::shared_ptr<const OperationConfiguration> configuration) {
+    // The task keeps its own copy: configurations are values.
+    if (configuration) configuration = configuration->copy();
     std::lock_guard lock(mutex_);
     operationConfiguration_ = std::move(configuration);
 }
@@ -136,6 +139,19 @@ void GeneralTask::setOperationBridge(const std::shared_ptr<OperationBridge>& bri
     operationBridge_ = bridge;
 }
 
+bool GeneralTask::attachOperationBridge(const std::shared_ptr<OperationBridge>& bridge) {
+    std::lock_guard lock(mutex_);
+    if (phase_ != Phase::fresh || !bridge) return false;
+    operationBridge_ = bridge;
+    phase_ = Phase::wrapped;
+    return true;
+}
+
+bool GeneralTask::hasEnded() const {
+    std::lock_guard lock(mutex_);
+    return phase_ == Phase::ended;
+}
+
 // ------------------------------------------------------------------ hooks
 
 bool GeneralTask::shouldChange(const TaskState& state) {
@@ -149,13 +165,10 @@ void GeneralTask::didChange(const TaskState&, const TaskState& to) {
     const auto key = to.kvoKeyPath();
     if (key == OperationStateExecuting::instance().kvoKeyPath()) {
         didExecute();
-    } else if (key == OperationStateFinished::instance().kvoKeyPath()) {
+    } else if (key == OperationStateFinished::instance().kvoKeyPath() ||
+               key == OperationStateCanceled::instance().kvoKeyPath()) {
         std::lock_guard lock(mutex_);
-        operationEnded_.store(true, std::memory_order_release);
-    } else if (key == OperationStateCanceled::instance().kvoKeyPath()) {
-        std::lock_guard lock(mutex_);
-        markCancelled_.store(true, std::memory_order_release);
-        operationEnded_.store(true, std::memory_order_release);
+        phase_ = Phase::ended;
     }
 }
 
@@ -170,49 +183,52 @@ void GeneralTask::willFinish() {}
 // ------------------------------------------------------------------ lifecycle
 
 void GeneralTask::cancel(std::optional<Error> error) {
-    if (hasBegunCompletion() || hasOperationEnded()) return;  // too late to change the outcome
     willCancel(error);
-    markCancelled_.store(true, std::memory_order_release);
-    if (auto r = result()) r->setError(std::move(error));
-    if (auto bridge = operationBridge()) {
-        bridge->update(OperationStateCanceled::instance());
-    } else {
-        completeWithoutOperation();
+    {
+        std::lock_guard lock(mutex_);
+        markCancelled_.store(true, std::memory_order_release);
+        if (result_) result_->setError(std::move(error));
     }
+    requestEnd(OperationStateCanceled::instance());
 }
 
 void GeneralTask::finish() {
-    if (hasBegunCompletion() || hasOperationEnded()) return;
     willFinish();
     auto r = result();
     const bool success = r && r->success();
     OVLOG_AT(ovlog::Level::debug, logModule(), "GeneralTask", "finish()",
              "task {} finish with result success:{}", description(), success);
-    auto bridge = operationBridge();
-    if (!success) {
-        // An unsuccessful result counts as a cancellation without an error.
-        markCancelled_.store(true, std::memory_order_release);
-        if (bridge) {
-            bridge->update(OperationStateCanceled::instance());
-            return;
-        }
-    } else if (bridge) {
-        bridge->update(OperationStateFinished::instance());
-        return;
-    }
-    completeWithoutOperation();
+    // An unsuccessful result counts as a cancellation without an error.
+    if (!success) markCancelled_.store(true, std::memory_order_release);
+    requestEnd(success ? static_cast<const TaskState&>(OperationStateFinished::instance())
+                       : OperationStateCanceled::instance());
 }
 
-bool GeneralTask::storeWorkResult(std::shared_ptr<TaskResult> result) {
-    if (!result) result = std::make_shared<GeneralTaskResult>(false, std::nullopt);
-    std::lock_guard lock(mutex_);
-    if (markCancelled_.load(std::memory_order_acquire) ||
-        operationEnded_.load(std::memory_order_acquire) ||
-        completionBegun_.load(std::memory_order_acquire)) {
-        return false;
+void GeneralTask::requestEnd(const TaskState& target) {
+    std::shared_ptr<OperationBridge> bridge;
+    bool completeHere = false;
+    {
+        // Decided under the same lock as attachOperationBridge(): either an
+        // operation runs the task (and ends it), or the task ends here.
+        std::lock_guard lock(mutex_);
+        bridge = operationBridge_.lock();
+        if (!bridge && phase_ == Phase::fresh) {
+            phase_ = Phase::ended;
+            completeHere = true;
+        }
     }
-    result_ = std::move(result);
-    return true;
+    OV_INTERLEAVING_POINT("GeneralTask.requestEnd");
+    if (bridge) {
+        bridge->update(target);  // an operation that has ended ignores it
+    } else if (completeHere) {
+        completeWithoutOperation();
+    }
+}
+
+void GeneralTask::finishWithWorkResult(std::shared_ptr<TaskResult> result) {
+    setResult(result ? std::move(result)
+                     : std::make_shared<GeneralTaskResult>(false, std::nullopt));
+    finish();
 }
 
 bool GeneralTask::beginCompletion() {
@@ -299,10 +315,8 @@ std::string GeneralTask::description() const {
 GeneralClosureTask::GeneralClosureTask(TaskClosure closure) : taskClosure_(std::move(closure)) {}
 
 void GeneralClosureTask::didExecute() {
-    // A closure that returns no result failed (an unsuccessful result is
-    // stored). After a cancellation the work's result is dropped.
-    if (!storeWorkResult(taskClosure_ ? taskClosure_(*this) : nullptr)) return;
-    finish();
+    // A closure that returns no result failed (an unsuccessful result is stored).
+    finishWithWorkResult(taskClosure_ ? taskClosure_(*this) : nullptr);
 }
 
 }  // namespace ov

@@ -17,13 +17,22 @@
 // on the operation configuration's callback queue.
 // - finish() with an unsuccessful result counts as a cancellation: the mark
 //   is set and the operation moves to its cancelled state.
-// - cancel(error) stores the error in the result and sets the mark.
+// - cancel(error) sets the mark and stores the error in the result, always,
+//   also after the task has ended (then nothing else happens).
 // - Without an operation (finished or cancelled before any executor wrapped
 //   it) the task completes itself: a verbose "task is canceled before added "
 //   line, then the completion closure on the callback queue (holding the task
 //   weakly: a released task gets no callback).
-// - Once the operation has ended or the completion is being delivered,
-//   cancel() and finish() change nothing.
+// - One rule decides the end: a task ends once, either through the operation
+//   that runs it (which ends once, whatever arrives later) or, when no
+//   operation ever ran it, by itself. The choice is made under the task's
+//   lock, together with the link to an operation (attachOperationBridge), so
+//   a task cancelled while an executor wraps it is either run by the
+//   operation or completed without one, never both. An ended task is never
+//   run again. Results and errors that arrive after the end are still stored
+//   (the completion closure has already received the result it gets).
+// - Kept on purpose: the completion closure is released once it has run, so
+//   nothing it captured stays alive with the task (no cycle through it).
 //
 // Fields are guarded by the task's own mutex, so they may be read and set
 // from any thread; the result object itself is handed from thread to thread
@@ -72,7 +81,9 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     // (DefaultTaskConfiguration)
     std::shared_ptr<const TaskConfiguration> configuration() const override;
     void setConfiguration(std::shared_ptr<const TaskConfiguration> configuration);
-    // (DefaultOperationConfiguration: one immutable instance shared by all tasks)
+    // (DefaultOperationConfiguration: one immutable instance shared by all
+    // tasks). The setter keeps a copy: later changes to `configuration` are
+    // not seen by the task.
     std::shared_ptr<const OperationConfiguration> operationConfiguration() const override;
     void setOperationConfiguration(std::shared_ptr<const OperationConfiguration> configuration);
     // (none; empty again once it has been called)
@@ -81,6 +92,8 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     // (none; held weakly: the operation owns the task, not the reverse)
     std::shared_ptr<OperationBridge> operationBridge() const override;
     void setOperationBridge(const std::shared_ptr<OperationBridge>& bridge) override;
+    // Refused once the task has ended or another operation has taken it.
+    bool attachOperationBridge(const std::shared_ptr<OperationBridge>& bridge) override;
 
     // ---- hooks
     // False without a bridge; otherwise whether the operation is in `state`.
@@ -88,9 +101,9 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     void willChange(const TaskState& from, const TaskState& to) override;
     // Runs didExecute() when the operation becomes executing, and remembers
     // when it has ended (finished or cancelled). An operation cancelled from
-    // outside the task (expiry, cancelAllOperations) sets the task's
-    // cancelled mark too, so that its dependants keep waiting as for any
-    // cancelled task.
+    // outside the task (expiry, cancelAllOperations) does not set the task's
+    // cancelled mark: only cancel(error) and an unsuccessful finish() do, so
+    // only they leave the task's dependants waiting.
     void didChange(const TaskState& from, const TaskState& to) override;
     // The task's work, on the operation's thread. Base: finish() at once.
     virtual void didExecute();
@@ -110,11 +123,10 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
 
     // ---- for executors
     // Claims the one delivery of the completion; true the first time only.
-    // After it, cancel() and finish() change nothing.
     bool beginCompletion();
-    bool hasBegunCompletion() const { return completionBegun_.load(std::memory_order_acquire); }
-    // Whether the task's operation has finished or been cancelled.
-    bool hasOperationEnded() const { return operationEnded_.load(std::memory_order_acquire); }
+    // Whether the task has ended: its operation finished or was cancelled,
+    // or it completed without one. An ended task is never run again.
+    bool hasEnded() const;
     // Calls the closure stored by setCompletionClosure with `result` (when
     // one is set). The closure is handed over, not copied: the task lets go
     // of it (and of what it captured), so completionClosure() is empty after.
@@ -122,10 +134,9 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     void callCompletionClosure(const std::shared_ptr<TaskResult>& result);
 
   protected:
-    // Stores a result produced by the work, unless the task was cancelled or
-    // its operation has already ended (a late result never replaces the one
-    // its completion closure got). Returns whether it was stored.
-    bool storeWorkResult(std::shared_ptr<TaskResult> result);
+    // Stores what the work produced (no result counts as an unsuccessful
+    // one), then finishes the task.
+    void finishWithWorkResult(std::shared_ptr<TaskResult> result);
 
     // The completion hand-off of a task that no operation runs: the verbose
     // log line, the result's task id, the result handed to the waiting tasks,
@@ -136,6 +147,14 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     std::string className() const;
 
   private:
+    // Where the task stands in its one life: no operation yet, run by an
+    // operation, or ended.
+    enum class Phase : unsigned char { fresh, wrapped, ended };
+
+    // Ends the task with `target` (finished or cancelled): through its
+    // operation when one runs it, else by completing it here, once.
+    void requestEnd(const TaskState& target);
+
     mutable std::mutex mutex_;
     std::shared_ptr<TaskResult> result_;
     std::atomic<bool> markCancelled_{false};
@@ -145,8 +164,8 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
     std::shared_ptr<const OperationConfiguration> operationConfiguration_;
     CompletionClosure completionClosure_;
     std::weak_ptr<OperationBridge> operationBridge_;
+    Phase phase_ = Phase::fresh;  // guarded by mutex_
     std::atomic<bool> completionBegun_{false};
-    std::atomic<bool> operationEnded_{false};
 };
 
 // A GeneralTask whose work is a closure returning the result.

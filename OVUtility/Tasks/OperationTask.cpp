@@ -12,6 +12,11 @@ TaskQualityOfService OperationTask::qualityOfService() const {
     return TaskQualityOfService::veryLow;
 }
 
+bool OperationTask::attachOperationBridge(const std::shared_ptr<OperationBridge>& bridge) {
+    setOperationBridge(bridge);
+    return true;
+}
+
 bool OperationTask::isOperating() const {
     auto bridge = operationBridge();
     return bridge ? bridge->isOperating() : false;

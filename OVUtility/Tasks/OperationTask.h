@@ -50,6 +50,13 @@ class OperationTask : public virtual TaskCancelable, public virtual TaskPrioriti
     // the operation is gone. Implementations hold the bridge weakly.
     virtual std::shared_ptr<OperationBridge> operationBridge() const = 0;
     virtual void setOperationBridge(const std::shared_ptr<OperationBridge>& bridge) = 0;
+    // Links the task to the operation about to run it, unless the task has
+    // already ended (completed or cancelled without an operation, or run to
+    // its end by an earlier one): then it refuses, and must not be run. A
+    // task that decides its end under the same lock as this link can never
+    // be completed twice, by itself and by the operation. Default: links
+    // and accepts.
+    virtual bool attachOperationBridge(const std::shared_ptr<OperationBridge>& bridge);
 
     // False without a bridge; otherwise the bridge's answer.
     virtual bool isOperating() const;

@@ -37,8 +37,7 @@ StandardClosureTask::StandardClosureTask(TaskClosure closure)
 
 void StandardClosureTask::didExecute() {
     // A closure that returns no result failed (see GeneralClosureTask).
-    if (!storeWorkResult(taskClosure_ ? taskClosure_(*this) : nullptr)) return;
-    finish();
+    finishWithWorkResult(taskClosure_ ? taskClosure_(*this) : nullptr);
 }
 
 // ------------------------------------------------------------------ StandardAsyncClosureTask
@@ -50,9 +49,10 @@ void StandardAsyncClosureTask::didExecute() {
     Callback callback = [weak = weak_from_this()](std::shared_ptr<TaskResult> result) {
         auto task = std::dynamic_pointer_cast<StandardAsyncClosureTask>(weak.lock());
         if (!task) return;  // released meanwhile: nothing to report to
-        // A late report (the operation expired or was cancelled meanwhile) changes nothing.
+        // Stored even when it arrives late (the operation expired or was
+        // cancelled meanwhile); the operation then ignores the end request.
         if (!result) result = std::make_shared<GeneralTaskResult>(false, std::nullopt);
-        if (!task->storeWorkResult(result)) return;
+        task->setResult(result);
         if (!result->success()) {
             task->cancel(result->error());
         } else {

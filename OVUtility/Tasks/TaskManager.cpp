@@ -10,6 +10,7 @@
 #include "OVUtility/Operations/OperationQueueAdditions.h"
 #include "OVUtility/Operations/SafeOperation.h"
 #include "OVUtility/Platform/DispatchQueue.h"
+#include "OVUtility/Platform/InterleavingPoint.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/GeneralTask.h"
 #include "OVUtility/Tasks/TaskCast.h"
@@ -63,12 +64,14 @@ std::shared_ptr<TaskResult> resultOf(const OperationTask& task) {
     return nullptr;
 }
 
-std::shared_ptr<const OperationConfiguration> configurationOf(const OperationTask& task) {
+template <typename Task>
+std::shared_ptr<const OperationConfiguration> configurationOf(const Task& task) {
     auto* configurable = taskCast<const TaskConfigurable>(&task);
     return configurable ? configurable->operationConfiguration() : nullptr;
 }
 
-std::shared_ptr<OperationQueue> callbackQueueOf(const OperationTask& task) {
+template <typename Task>
+std::shared_ptr<OperationQueue> callbackQueueOf(const Task& task) {
     auto config = configurationOf(task);
     auto queue = config ? config->callbackQueue() : nullptr;
     // Completion closures never run on the manager's own queue (they may
@@ -97,18 +100,34 @@ void deliverCompletion(const std::shared_ptr<OperationTask>& task) {
     }
 }
 
-// Tasks absorbed as duplicates get the registered task's result.
+// A task absorbed as a duplicate gets the registered task's result through
+// its own completion closure, once.
+void deliverToDuplicate(const std::shared_ptr<TaskDuplicable>& duplicate,
+                        const std::shared_ptr<TaskResult>& result) {
+    auto* general = taskCast<GeneralTask>(duplicate.get());
+    if (general && !general->beginCompletion()) return;
+    duplicate->setResult(result);
+    if (general) {
+        general->callCompletionClosure(result);
+    } else if (auto closure = duplicate->completionClosure()) {
+        closure(result);
+    }
+}
+
+// Called on the callback queue `current`: each duplicate whose own
+// configuration names that queue is completed here, the others on their own
+// callback queues (a duplicate configured for the main queue is called back
+// on the main thread, whatever queue the registered task uses).
 void deliverToDuplicates(const std::vector<std::shared_ptr<TaskDuplicable>>& duplicates,
-                         const std::shared_ptr<TaskResult>& result) {
+                         const std::shared_ptr<TaskResult>& result,
+                         const std::shared_ptr<OperationQueue>& current) {
     for (const auto& duplicate : duplicates) {
         if (!duplicate) continue;
-        auto* general = taskCast<GeneralTask>(duplicate.get());
-        if (general && !general->beginCompletion()) continue;
-        duplicate->setResult(result);
-        if (general) {
-            general->callCompletionClosure(result);
-        } else if (auto closure = duplicate->completionClosure()) {
-            closure(result);
+        auto queue = callbackQueueOf(*duplicate);
+        if (queue == current) {
+            deliverToDuplicate(duplicate, result);
+        } else {
+            queue->addOperation([duplicate, result] { deliverToDuplicate(duplicate, result); });
         }
     }
 }
@@ -130,14 +149,10 @@ void appendPreviousResults(const OperationTask& task, const std::shared_ptr<Task
     }
 }
 
-// Whether this very task object has already been wrapped in an operation
-// (running, or run and not yet de-indexed).
-bool wasWrapped(const OperationTask& task) {
-    if (task.operationBridge()) return true;
-    if (auto* general = taskCast<const GeneralTask>(&task)) {
-        return general->hasOperationEnded() || general->hasBegunCompletion();
-    }
-    return false;
+// Whether the task has already ended (and so must not run again).
+bool hasEnded(const OperationTask& task) {
+    auto* general = taskCast<const GeneralTask>(&task);
+    return general && general->hasEnded();
 }
 
 }  // namespace
@@ -189,13 +204,19 @@ void TaskManager::serialize(bool shouldWait, std::function<void()> closure) {
     if (shouldWait) {
         internalQueue_->sync(closure);
     } else {
-        internalQueue_->async(std::move(closure));
+        // Through the intake, like added tasks: one list keeps every
+        // asynchronous step in the order it was submitted.
+        IntakeItem item;
+        item.kind = IntakeItem::Kind::closure;
+        item.closure = std::move(closure);
+        enqueueIntake(std::move(item));
     }
 }
 
 void TaskManager::addTask(std::shared_ptr<OperationTask> task) {
     if (!task) return;
     IntakeItem item;
+    item.kind = IntakeItem::Kind::add;
     item.task = std::move(task);
     enqueueIntake(std::move(item));
 }
@@ -208,36 +229,53 @@ void TaskManager::enqueueIntake(IntakeItem item) {
     const bool first = intake_.empty();
     intake_.push_back(std::move(item));
     if (first) {
-        serialize(false, [weak = weak_from_this()] {
-            if (auto self = weak.lock()) self->drainIntake();
-        });
+        internalQueue_->async([weak = weak_from_this()] { drainIntake(weak); });
     }
 }
 
-void TaskManager::drainIntake() {
+void TaskManager::drainIntake(const std::weak_ptr<TaskManager>& weak) {
     // Runs on the serial queue and takes the whole list: stopping part-way
-    // would let a block queued behind this one overtake the rest.
-    {
-        std::lock_guard lock(intakeMutex_);
-        draining_.swap(intake_);
+    // would let a block queued behind this one overtake the rest. Serialized
+    // closures run without holding the manager (they hold it weakly, as the
+    // caller's closure would on the queue itself); once it has gone, the
+    // rest of the batch is dropped.
+    OV_INTERLEAVING_POINT("TaskManager.drainIntake");
+    std::vector<IntakeItem> batch;
+    if (auto self = weak.lock()) {
+        std::lock_guard lock(self->intakeMutex_);
+        batch.swap(self->intake_);
     }
-    for (auto& item : draining_) {
+    for (auto& item : batch) {
         // The steps below may add to the intake (a dependant executed in
-        // turn): that goes to the fresh list and its own drain.
-        if (item.ended) {
-            operationEnded(item);
+        // turn, a serialized step): that goes to the fresh list and its own
+        // drain, after this one.
+        if (item.kind == IntakeItem::Kind::closure) {
+            item.closure();
+            continue;
+        }
+        auto self = weak.lock();
+        if (!self) return;
+        if (item.kind == IntakeItem::Kind::add) {
+            self->addToQueue(item.task);
         } else {
-            addToQueue(item.task);
+            self->operationEnded(item);
         }
     }
-    draining_.clear();
 }
 
 void TaskManager::operationEnded(const IntakeItem& item) {
+    // The slot the operation was counted in: its queue's, whether that queue
+    // is still in the table or was retired by a disposable task.
     auto it = operationQueues_.find(item.priority);
-    if (it != operationQueues_.end() && it->second.queue.get() == item.queue &&
-        it->second.unfinished > 0) {
-        --it->second.unfinished;
+    if (it != operationQueues_.end() && it->second.queue.get() == item.queue) {
+        if (it->second.unfinished > 0) --it->second.unfinished;
+    } else {
+        for (auto retired = retiredQueues_.begin(); retired != retiredQueues_.end(); ++retired) {
+            if (retired->queue.get() != item.queue) continue;
+            if (retired->unfinished > 0) --retired->unfinished;
+            if (retired->unfinished == 0) retiredQueues_.erase(retired);
+            break;
+        }
     }
     completeOperation(item.taskId, item.priority, item.task, item.deIndexFirst);
 }
@@ -251,14 +289,14 @@ bool TaskManager::taskExists(const std::string& indexId) {
 bool TaskManager::isIdle() {
     bool idle = true;
     serialize(true, [&] {
-        for (const auto& [priority, slot] : operationQueues_) {
+        auto busy = [](const QueueSlot& slot) {
             for (const auto& operation : slot.queue->operations()) {
-                if (!operation->isFinished()) {
-                    idle = false;
-                    return;
-                }
+                if (!operation->isFinished()) return true;
             }
-        }
+            return false;
+        };
+        for (const auto& [priority, slot] : operationQueues_) idle = idle && !busy(slot);
+        for (const auto& slot : retiredQueues_) idle = idle && !busy(slot);
     });
     return idle;
 }
@@ -331,25 +369,38 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     logAllCurrentTasks();
 
     // 1. Cancelled before it got here: nothing to run, nothing to register.
+    // Likewise a task that has already ended (it ran, or completed without
+    // an operation): a task lives once.
     if (task->markCancelled()) {
         TM_LOG(debug, kAddToQueue, "{} is cancelled before added to queue", describe(*task));
         return;
     }
+    if (hasEnded(*task)) {
+        TM_LOG(warning, kAddToQueue, "{} has already ended and is not run again", describe(*task));
+        return;
+    }
 
-    // 2. Duplicates and exclusivity. A task that is already registered as
-    // this very object is either a dependant whose last dependency has just
-    // completed (never wrapped yet: admit it again without asking the index,
-    // which would otherwise take it for its own duplicate) or the same task
-    // added twice (refused like any duplicate).
+    // 2. Duplicates and exclusivity. A task registered as this very object
+    // is admitted again only when it has been waiting for dependencies and
+    // none is left (its last blocking task executed it); otherwise it is the
+    // same task added twice, refused like any duplicate.
     // The id is read once; the completion step de-indexes by this same id.
     auto indexable = taskPointerCast<TaskIndexable>(task);
+    auto dependable = taskPointerCast<TaskDependable>(task);
     std::string taskId;
     if (indexable) {
         taskId = indexable->taskId();
         auto existing = taskIndexer_->indexedTask(taskId);
         const bool sameObject = existing && existing.get() == indexable.get();
-        if ((sameObject && wasWrapped(*task)) ||
-            (!sameObject && !taskIndexer_->canIndex(indexable, taskId))) {
+        bool admitted;
+        if (sameObject) {
+            auto waiting = waiting_.find(task.get());
+            admitted = waiting != waiting_.end() && dependable && dependable->dependencies().empty();
+            if (admitted) waiting_.erase(waiting);
+        } else {
+            admitted = taskIndexer_->canIndex(indexable, taskId);
+        }
+        if (!admitted) {
             TM_LOG(warning, kAddToQueue, "duplication of {} is found in indexer", describe(*task));
             return;
         }
@@ -357,11 +408,11 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     }
 
     // 3. Waiting for other tasks: stays registered, queued by notifyCompleteTask.
-    if (auto dependable = taskPointerCast<TaskDependable>(task);
-        dependable && !dependable->dependencies().empty()) {
+    if (dependable && !dependable->dependencies().empty()) {
         TM_LOG(debug, kAddToQueue,
                "{} waiting to be executed since its dependencies not yet satisfied",
                describe(*task));
+        if (indexable) waiting_.insert(task.get());
         return;
     }
 
@@ -374,6 +425,22 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
                "{} can't find queue. This should be handled by disposable queue", describe(*task));
         // It can never run: do not leave it registered.
         if (indexable) deIndexFinished(task, &taskId);
+        return;
+    }
+
+    // The task is linked to its operation before anything depends on it
+    // running. The link is refused when the task ended since the tests
+    // above (cancelled or finished on another thread): it then completes
+    // without an operation, and that completion takes it out of the index.
+    OV_INTERLEAVING_POINT("TaskManager.addToQueue.beforeWrap");
+    auto operation = SafeOperation::make(task);
+    if (!operation) {
+        if (task->markCancelled()) {
+            TM_LOG(debug, kAddToQueue, "{} is cancelled before added to queue", describe(*task));
+        } else {
+            TM_LOG(warning, kAddToQueue, "{} has already ended and is not run again",
+                   describe(*task));
+        }
         return;
     }
     QueueSlot& slot = operationQueues_[priority];
@@ -391,20 +458,24 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     }
     if (queue->isSuspended() == higherEmpty) queue->setSuspended(!higherEmpty);
 
-    // 6. Wrap it. The callback runs once, on the configuration's callback
+    // 6. The operation's callback runs once, on the configuration's callback
     // queue, when the operation has ended: it delivers the completion there
     // (unless the task leaves the index first) and moves the bookkeeping
     // onto the serial queue.
-    // SafeOperation::make copies the task's priority and quality of service.
-    auto operation = SafeOperation::make(task);
     auto config = configurationOf(*task);
     const bool deIndexFirst = config && config->deIndexBeforeCompletion();
     operation->setCallBackClosure([weak = weak_from_this(), task, taskId = std::move(taskId),
                                    priority, queue = queue.get(), deIndexFirst]() mutable {
         if (!deIndexFirst) deliverCompletion(task);
         if (auto self = weak.lock()) {
-            self->enqueueIntake(IntakeItem{std::move(task), std::move(taskId), queue, priority,
-                                           true, deIndexFirst});
+            IntakeItem item;
+            item.kind = IntakeItem::Kind::ended;
+            item.task = std::move(task);
+            item.taskId = std::move(taskId);
+            item.queue = queue;
+            item.priority = priority;
+            item.deIndexFirst = deIndexFirst;
+            self->enqueueIntake(std::move(item));
         }
     });
 
@@ -497,13 +568,20 @@ void TaskManager::completeOperation(const std::string& taskId, int priority,
     }
     deIndexFinished(task, &taskId);
 
-    // 3. A disposable task takes its on-demand queue with it, unless that
-    // queue still holds other work (whose operations must not be stranded).
+    // 3. A disposable task takes its on-demand queue out of the table (never
+    // a queue given to make()). Work still in that queue is not stranded: the
+    // queue is retired, running and no longer held back by higher queues,
+    // until its last operation has ended; the next task of that priority
+    // gets a new queue.
     if (auto disposable = taskPointerCast<TaskDisposable>(task);
         disposable && disposable->shouldRemoveQueueOnComplete()) {
         if (auto it = operationQueues_.find(priority);
-            it != operationQueues_.end() && it->second.unfinished == 0 &&
+            it != operationQueues_.end() &&
             it->second.queue->name() == std::string(kDynamicQueueName)) {
+            if (it->second.unfinished > 0) {
+                it->second.queue->setSuspended(false);
+                retiredQueues_.push_back(std::move(it->second));
+            }
             operationQueues_.erase(it);
         }
     }
@@ -526,10 +604,11 @@ void TaskManager::completeOperation(const std::string& taskId, int priority,
     // duplicate can be missed.
     auto duplicates = takeDuplicates(*task);
     if (deIndexFirst || !duplicates.empty()) {
-        callbackQueueOf(*task)->addOperation(
-            [task, result, deIndexFirst, duplicates = std::move(duplicates)] {
+        auto queue = callbackQueueOf(*task);
+        queue->addOperation(
+            [task, result, deIndexFirst, queue, duplicates = std::move(duplicates)] {
                 if (deIndexFirst) deliverCompletion(task);
-                deliverToDuplicates(duplicates, result);
+                deliverToDuplicates(duplicates, result, queue);
             });
     }
 }
@@ -557,6 +636,7 @@ void TaskManager::deIndexFinished(const std::shared_ptr<OperationTask>& task,
     if (!indexable) return;
     std::string ownId;
     const std::string& id = knownId ? *knownId : (ownId = indexable->taskId());
+    waiting_.erase(task.get());
     // Only this task's own entry: an invisible entry (canBeIndexed off) may
     // have been replaced by a newer task with the same id.
     auto current = taskIndexer_->indexedTask(id);
@@ -574,12 +654,13 @@ void TaskManager::completeUnqueuedTask(std::shared_ptr<OperationTask> task) {
         auto duplicates = takeDuplicates(*task);
         // The callback holds the task weakly: a task nobody keeps (not even
         // the index) gets no completion. It leaves the index after it.
-        callbackQueueOf(*task)->addOperation([weak, weakTask = std::weak_ptr<OperationTask>(task),
-                                              result, duplicates = std::move(duplicates)] {
+        auto queue = callbackQueueOf(*task);
+        queue->addOperation([weak, weakTask = std::weak_ptr<OperationTask>(task), result, queue,
+                             duplicates = std::move(duplicates)] {
             auto task = weakTask.lock();
             if (!task) return;
             deliverCompletion(task);
-            deliverToDuplicates(duplicates, result);
+            deliverToDuplicates(duplicates, result, queue);
             if (auto self = weak.lock()) {
                 self->serialize(false, [weak, task] {
                     if (auto self = weak.lock()) self->deIndexFinished(task);

@@ -14,18 +14,22 @@
 //
 // Scheduling rules:
 // - All bookkeeping (index, queue table) runs on one private serial queue,
-//   "--task-manager-queue", in submission order; serialize() is the way in.
-//   taskExists() and isIdle() wait for it, so they must not be called from
-//   inside a serialize() closure. addTask() and the end of each operation
-//   reach that queue through one intake list, drained a batch at a time, so
-//   a burst of tasks costs one serial-queue block per batch; a task added by
-//   a thread is still admitted before anything that thread serializes next.
+//   "--task-manager-queue", strictly in submission order; serialize() is the
+//   way in. taskExists() and isIdle() wait for it, so they must not be
+//   called from inside a serialize() closure. addTask(), serialize(false, ..)
+//   and the end of each operation reach that queue through one intake list,
+//   drained a batch at a time, so a burst costs one serial-queue block per
+//   batch; what one thread submits is processed in the order it submitted it.
 // - Admission, in order: a task already cancelled is dropped ("is cancelled
-//   before added to queue"); a task the index refuses (same id registered:
-//   a duplicate is handed to the registered task, an equal exclusive id is
+//   before added to queue"); so is a task that has already ended (it ran, or
+//   completed without an operation: a task runs once); a task the index
+//   refuses (same id registered: a duplicate is handed to the registered
+//   task, an equal exclusive id is refused, the same task executed twice is
 //   refused) is dropped with a "duplication of " warning; a task still
-//   waiting for dependencies stays registered and is queued when the last
-//   of them completes.
+//   waiting for dependencies stays registered and is queued when the last of
+//   them completes. A task cancelled on another thread while it is being
+//   admitted is either run by its operation (which ends at once, cancelled)
+//   or completed without one, never both.
 // - A queue runs only while no queue of higher priority holds unfinished
 //   work: adding a task suspends every lower queue, and its own queue stays
 //   suspended while a higher one is busy; when a task completes, each lower
@@ -35,14 +39,23 @@
 // - A priority without a queue gets one on first use, named
 //   "--task-manager-dynamic-queue": concurrent for the medium band (0), serial
 //   for every other band, like the default layout. A disposable task
-//   (shouldRemoveQueueOnComplete) removes such a queue when it completes and
-//   the queue holds nothing else; queues given to make() are never removed.
+//   (shouldRemoveQueueOnComplete) removes such a queue from the table when it
+//   completes; work still in it runs on to its end, no longer held back by
+//   higher queues. Queues given to make() are never removed.
 // - Completion: the completion closure gets the task's result exactly once,
 //   on the operation configuration's callback queue; the task leaves the
 //   index after that (or before it, with deIndexBeforeCompletion); tasks
-//   absorbed as duplicates get the same result through their own closures;
-//   waiting dependants get the result in previousResults and are told.
-//   A finished task never stays in the index.
+//   absorbed as duplicates get the same result through their own closures,
+//   each on its own configuration's callback queue; waiting dependants get
+//   the result in previousResults and are told.
+// - Dependants: a task cancelled with cancel(error) (or finished with an
+//   unsuccessful result) leaves the tasks waiting for it waiting, registered
+//   in the index; that is the rule of the dependency protocol. An operation
+//   cancelled from outside (expiry, cancelAllTasks) does not mark its task,
+//   so its dependants run. An application clears dependants left waiting
+//   with abort() on each, or cancelAllTasks(query) selecting them: both
+//   complete them (cancelled) and take them out of the index. Apart from
+//   those, a manager whose queues have drained keeps no task in its index.
 //
 // Log lines (module "OperationTask", unit "TaskManager") are part of the
 // contract; see TaskManager.cpp for the exact texts.
@@ -55,6 +68,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "OVUtility/Operations/QueueConfiguration.h"
@@ -147,18 +161,21 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
     // empty list schedules a drain, later ones join it, so a burst of tasks
     // costs one serial-queue block per batch instead of one per task.
     struct IntakeItem {
+        // A task to admit, an operation that has ended, or a serialize()d step.
+        enum class Kind : unsigned char { add, ended, closure };
+        Kind kind = Kind::add;
+        bool deIndexFirst = false;
+        int priority = 0;
         std::shared_ptr<OperationTask> task;
         // Ended operations only: the id it was admitted under, the queue
         // slot it ran in (identity only, never dereferenced), its priority
         // and deIndexBeforeCompletion.
         std::string taskId;
         const OperationQueue* queue = nullptr;
-        int priority = 0;
-        bool ended = false;
-        bool deIndexFirst = false;
+        std::function<void()> closure;
     };
     void enqueueIntake(IntakeItem item);
-    void drainIntake();
+    static void drainIntake(const std::weak_ptr<TaskManager>& weak);
     void operationEnded(const IntakeItem& item);
 
     std::shared_ptr<OperationQueue> queueForTask(const OperationTask& task, int priority);
@@ -170,11 +187,16 @@ class TaskManager : public TaskOperationExecutor, public std::enable_shared_from
                            const std::shared_ptr<TaskResult>& result);
 
     std::mutex intakeMutex_;
-    std::vector<IntakeItem> intake_;    // guarded by intakeMutex_
-    std::vector<IntakeItem> draining_;  // serial queue only
+    std::vector<IntakeItem> intake_;  // guarded by intakeMutex_
 
     std::shared_ptr<TaskIndexer> taskIndexer_;
     std::map<int, QueueSlot> operationQueues_;
+    // On-demand queues a disposable task removed while they still held work:
+    // kept (and running) until their last operation has ended.
+    std::vector<QueueSlot> retiredQueues_;
+    // Registered tasks waiting for dependencies (identity only): the ones a
+    // second admission of the same object may start.
+    std::unordered_set<const OperationTask*> waiting_;
     std::shared_ptr<DispatchQueue> internalQueue_;
 };
 

@@ -5,14 +5,17 @@
 //   r->refresh(false, ov::Error{"com.orvanta.task", 2, "failed"});   // overwrites both
 //   auto ir = std::make_shared<ov::IndexableTaskResult>();           // also carries taskId
 //
-// Results are not synchronised: the task framework hands them from thread to
-// thread through its queues.
+// The two result classes are synchronised (a one-byte lock per result): a
+// completion closure may read a result while a late cancel(error) on its task
+// stores the error in it from another thread.
 #pragma once
 
+#include <mutex>
 #include <optional>
 #include <string>
 
 #include "OVUtility/Platform/Error.h"
+#include "OVUtility/Platform/SpinLock.h"
 
 namespace ov {
 
@@ -43,12 +46,25 @@ class GeneralTaskResult : public virtual TaskResult {
     GeneralTaskResult(bool success, std::optional<Error> error)
         : success_(success), error_(std::move(error)) {}
 
-    bool success() const override { return success_; }
-    void setSuccess(bool success) override { success_ = success; }
-    std::optional<Error> error() const override { return error_; }
-    void setError(std::optional<Error> error) override { error_ = std::move(error); }
+    bool success() const override {
+        std::lock_guard guard(lock_);
+        return success_;
+    }
+    void setSuccess(bool success) override {
+        std::lock_guard guard(lock_);
+        success_ = success;
+    }
+    std::optional<Error> error() const override {
+        std::lock_guard guard(lock_);
+        return error_;
+    }
+    void setError(std::optional<Error> error) override {
+        std::lock_guard guard(lock_);
+        error_ = std::move(error);
+    }
 
   private:
+    mutable SpinLock lock_;
     bool success_ = false;
     std::optional<Error> error_;
 };
@@ -59,14 +75,33 @@ class IndexableTaskResult : public virtual TaskResultIndexable {
     IndexableTaskResult(bool success, std::optional<Error> error, std::string taskId)
         : success_(success), error_(std::move(error)), taskId_(std::move(taskId)) {}
 
-    bool success() const override { return success_; }
-    void setSuccess(bool success) override { success_ = success; }
-    std::optional<Error> error() const override { return error_; }
-    void setError(std::optional<Error> error) override { error_ = std::move(error); }
-    std::string taskId() const override { return taskId_; }
-    void setTaskId(std::string taskId) override { taskId_ = std::move(taskId); }
+    bool success() const override {
+        std::lock_guard guard(lock_);
+        return success_;
+    }
+    void setSuccess(bool success) override {
+        std::lock_guard guard(lock_);
+        success_ = success;
+    }
+    std::optional<Error> error() const override {
+        std::lock_guard guard(lock_);
+        return error_;
+    }
+    void setError(std::optional<Error> error) override {
+        std::lock_guard guard(lock_);
+        error_ = std::move(error);
+    }
+    std::string taskId() const override {
+        std::lock_guard guard(lock_);
+        return taskId_;
+    }
+    void setTaskId(std::string taskId) override {
+        std::lock_guard guard(lock_);
+        taskId_ = std::move(taskId);
+    }
 
   private:
+    mutable SpinLock lock_;
     bool success_ = false;
     std::optional<Error> error_;
     std::string taskId_;

@@ -14,7 +14,9 @@
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "Operations/RecordingTask.h"
+#include "OVUtility/Tasks/DynamicTask.h"
 #include "support/Eventually.h"
+#include "support/Interleaving.h"
 
 using namespace ov;
 using ovtest::EventLog;
@@ -342,19 +344,101 @@ TEST(SafeOperationTest, UnguardedOperationTakesNoLockWhileNotifying) {
     }
 }
 
-TEST(SafeOperationTest, ConcurrentCancelAndFinishDeliverOneCallback) {
-    for (int round = 0; round < 50; ++round) {
-        Fixture f(std::make_shared<DefaultOperationConfiguration>());
-        f.op->start();
-        std::thread a([&] { f.op->cancel(); });
-        std::thread b([&] { f.op->finish(); });
-        a.join();
-        b.join();
-        ASSERT_TRUE(ovtest::eventually([&] { return f.callbacks.load() >= 1; }));
-        sharedCallBackQueue()->waitUntilAllOperationsAreFinished();
-        EXPECT_EQ(f.callbacks.load(), 1);
-        EXPECT_TRUE(f.op->isFinished());
+// Every pair of outside calls on one operation, in both orders (the first
+// call held at its hand-over point until the second has returned) and raced
+// freely, with and without a callback queue, and with an expiration timer
+// racing them all. Each run ends Finished with exactly one callback: on its
+// own when an end was asked for (cancel, finish), else when the work finishes.
+TEST(SafeOperationRaceTest, EveryPairOfCallsEndsWithExactlyOneCallback) {
+    if (!ov::interleaving::available()) GTEST_SKIP() << "interleaving points not compiled in";
+    enum Call { kStart, kCancel, kFinish, kPause, kResume };
+    const char* names[] = {"start", "cancel", "finish", "pause", "resume"};
+    struct IdleWork : DynamicTask {
+        void didExecute() override {}  // the run decides when the work ends
+    };
+    auto call = [](SafeOperation& op, Call c) {
+        switch (c) {
+            case kStart: op.start(); break;
+            case kCancel: op.cancel(); break;
+            case kFinish: op.finish(); break;
+            case kPause: op.update(TaskStatePaused::instance()); break;
+            case kResume: op.update(TaskStateResumed::instance()); break;
+        }
+    };
+    enum Variant { kInline, kCallbackQueue, kExpiring };
+    for (int variant : {kInline, kCallbackQueue, kExpiring}) {
+        for (int a = kStart; a <= kResume; ++a) {
+            for (int b = a; b <= kResume; ++b) {
+                if (a == kStart && b == kStart) continue;  // a queue starts an operation once
+                for (int order = 0; order < 12; ++order) {
+                    auto config = variant == kInline ? ovtest::inlineConfiguration()
+                                                     : std::make_shared<DefaultOperationConfiguration>();
+                    if (variant == kExpiring) config->setExpiration(0.0005);
+                    auto task = std::make_shared<IdleWork>();
+                    task->setOperationConfiguration(config);
+                    auto op = SafeOperation::make(task);
+                    auto callbacks = std::make_shared<std::atomic<int>>(0);
+                    op->setCallBackClosure([callbacks] { ++*callbacks; });
+                    auto first = [&] { call(*op, static_cast<Call>(a)); };
+                    auto second = [&] { call(*op, static_cast<Call>(b)); };
+                    if (order == 0) {
+                        ovtest::runInterleaved(first, second);
+                    } else if (order == 1) {
+                        ovtest::runInterleaved(second, first);
+                    } else {
+                        std::atomic<int> ready{0};
+                        std::thread t([&] {
+                            ++ready;
+                            while (ready.load() < 2) {
+                            }
+                            first();
+                        });
+                        ++ready;
+                        while (ready.load() < 2) {
+                        }
+                        second();
+                        t.join();
+                    }
+                    const std::string what = std::string(names[a]) + "+" + names[b] +
+                                             " variant " + std::to_string(variant) + " order " +
+                                             std::to_string(order);
+                    if (a != kStart) op->start();  // the queue starts whatever it holds
+                    const bool endAsked = a == kCancel || a == kFinish || b == kCancel ||
+                                          b == kFinish || variant == kExpiring;
+                    if (!endAsked) {
+                        ASSERT_FALSE(op->isFinished()) << what;
+                        task->resume();
+                        op->finish();
+                    }
+                    ASSERT_TRUE(ovtest::eventually([&] { return op->isFinished(); }, 10.0))
+                        << what << " is stuck";
+                    if (variant != kInline) sharedCallBackQueue()->waitUntilAllOperationsAreFinished();
+                    ASSERT_TRUE(ovtest::eventually([&] { return callbacks->load() >= 1; })) << what;
+                    EXPECT_EQ(callbacks->load(), 1) << what;
+                    EXPECT_FALSE(op->isExecuting()) << what;
+                }
+            }
+        }
     }
+}
+
+// The two finish races, in the exact order that used to leave the
+// operation executing for ever: the finish decided on "ready", then the start.
+TEST(SafeOperationRaceTest, AFinishThatLandsWhileTheOperationStartsEndsIt) {
+    if (!ov::interleaving::available()) GTEST_SKIP() << "interleaving points not compiled in";
+    Fixture f;
+    ovtest::runInterleaved([&] { f.op->finish(); }, [&] { f.op->start(); });
+    EXPECT_EQ(f.log->take(), concat(concat(transition("isReady", "isExecuting"),
+                                           {"task-did:isReady>isExecuting"}),
+                                    concat(transition("isExecuting", "isFinished"),
+                                           {"task-did:isExecuting>isFinished"})));
+    EXPECT_TRUE(f.flags(false, false, true, false));
+    EXPECT_EQ(f.callbacks.load(), 1);
+
+    Fixture g;  // the start decided on "ready", then the early finish
+    ovtest::runInterleaved([&] { g.op->start(); }, [&] { g.op->finish(); });
+    EXPECT_TRUE(g.flags(false, false, true, false));
+    EXPECT_EQ(g.callbacks.load(), 1);
 }
 
 TEST(SafeOperationTest, CancelledWhileQueuedItIsStartedAndLeavesTheQueueFinished) {

@@ -123,15 +123,17 @@ TEST(GeneralTaskTest, WithoutAnOperationFinishAndCancelCompleteAtOnceAndOnlyOnce
     task->finish();
     EXPECT_TRUE(task->markCancelled());
     ASSERT_TRUE(eventually([&] { return calls.load() == 1; }));
-    task->cancel(Error{"late", 1});  // completion already under way: changes nothing
+    // After the end, cancel(error) still sets the mark and stores the error,
+    // and finish() still logs; neither completes the task again.
+    task->cancel(Error{"late", 1});
     task->finish();
     EXPECT_FALSE(happensWithin([&] { return calls.load() > 1; }, 0.2));
     {
         std::lock_guard lock(m);
         EXPECT_EQ(received, task->result());
-        EXPECT_FALSE(received->error().has_value());
+        EXPECT_EQ(received->error(), (std::optional<Error>(Error{"late", 1})));
     }
-    EXPECT_EQ(capture->countStartingWith("task GeneralTask finish with result success:false"), 1u);
+    EXPECT_EQ(capture->countStartingWith("task GeneralTask finish with result success:false"), 2u);
     EXPECT_EQ(capture->countStartingWith("task is canceled before added GeneralTask ["), 1u);
 
     // cancel(with:) carries its error into the result.
@@ -189,7 +191,7 @@ TEST(GeneralTaskTest, ClosureTasksRunInAManagerWithoutBeingIndexable) {
     EXPECT_TRUE(settles(manager));
 }
 
-TEST(StandardAsyncClosureTaskTest, AFailedReportCancelsWithItsErrorAndLateReportsAreIgnored) {
+TEST(StandardAsyncClosureTaskTest, AFailedReportCancelsWithItsErrorAndALateReportIsStoredWithoutASecondCompletion) {
     auto manager = TaskManager::make(std::nullopt);
     StandardAsyncClosureTask::Callback kept;
     std::mutex m;
@@ -223,9 +225,9 @@ TEST(StandardAsyncClosureTaskTest, AFailedReportCancelsWithItsErrorAndLateReport
         std::lock_guard lock(m);
         EXPECT_EQ(error, (std::optional<Error>(Error{"net", 404})));
     }
-    callback(succeeded());  // too late
+    callback(succeeded());  // after the end: stored, no second completion
     EXPECT_FALSE(happensWithin([&] { return calls.load() > 1; }, 0.2));
-    EXPECT_FALSE(task->result()->success());
+    EXPECT_TRUE(task->result()->success());
     EXPECT_TRUE(settles(manager));
 
     // The callback holds the task weakly: once it is gone, reports do nothing.
