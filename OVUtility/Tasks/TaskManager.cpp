@@ -651,6 +651,12 @@ void TaskManager::completeUnqueuedTask(std::shared_ptr<OperationTask> task) {
         auto result = resultOf(*task);
         stampTaskId(*task, result);
         appendPreviousResults(*task, result);
+        // Its dependants are told as for a task that ran: they go on unless
+        // it was cancelled (the usual case here), then they keep waiting.
+        if (auto* indexable = taskCast<TaskIndexable>(task.get())) {
+            self->notifyCompleteTask(indexable->taskId(), task);
+        }
+        if (auto combinable = taskPointerCast<TaskCombinable>(task)) combinable->nextTasks().clear();
         auto duplicates = takeDuplicates(*task);
         // The callback holds the task weakly: a task nobody keeps (not even
         // the index) gets no completion. It leaves the index after it.

@@ -7,6 +7,7 @@
 #include "OVUtility/Operations/QueueConfiguration.h"
 #include "OVUtility/Operations/SafeOperation.h"
 #include "OVUtility/Platform/OperationQueue.h"
+#include "OVUtility/Tasks/GeneralTask.h"
 #include "Operations/RecordingTask.h"
 #include "support/Eventually.h"
 
@@ -64,6 +65,19 @@ TEST(OperationConfigurationTest, DefaultsAndTheirCallbackQueues) {
     auto shared = sharedCallBackQueue();
     EXPECT_EQ(shared->maxConcurrentOperationCount(), 1);
     EXPECT_EQ(shared->qualityOfService(), QualityOfService::background);
+
+    // Values: a task keeps its own copy, of the same kind.
+    auto task = std::make_shared<GeneralTask>();
+    auto config = std::make_shared<MainQueueOperationConfiguration>();
+    config->setExpiration(2.0);
+    task->setOperationConfiguration(config);
+    config->setExpiration(9.0);
+    config->setCallbackQueue(nullptr);
+    auto kept = task->operationConfiguration();
+    EXPECT_NE(kept.get(), config.get());
+    EXPECT_EQ(kept->expiration(), 2.0);
+    EXPECT_EQ(kept->callbackQueue(), OperationQueue::main());
+    EXPECT_TRUE(dynamic_cast<const MainQueueOperationConfiguration*>(kept.get()));
 }
 
 TEST(OperationQueueAdditionsTest, IncompleteCountAndAddingTasks) {
