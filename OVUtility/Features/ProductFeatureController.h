@@ -23,7 +23,8 @@
 // Files are found in `bundleToLoad()` (default: the main bundle). A missing
 // file is skipped silently. A file that cannot be read, is not valid JSON, or
 // whose top level is not an array of objects is skipped with a warning on log
-// module "ProductFeatures" naming the file and the reason. Malformed entries
+// module "ProductFeatures" naming the file and the reason (kept on purpose,
+// rather than silently: a broken file should be noticed). Malformed entries
 // are skipped (see createProductFeatures).
 #pragma once
 

@@ -24,8 +24,9 @@
 //   task accepts a pause only while operating, not already paused and not
 //   cancelled, and a resume only while paused.
 // - markPausablePoint() blocks the work's thread while the operation is
-//   paused, until resume() (or until the operation is cancelled or expires,
-//   so that a paused task can never hang its thread forever).
+//   paused, until resume(). Kept on purpose: cancelling a paused task (or
+//   its expiry) releases the blocked thread too, so that a paused task can
+//   never hang its thread forever.
 #pragma once
 
 #include <memory>
