@@ -20,6 +20,7 @@
 #include <chrono>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <random>
 #include <thread>
@@ -42,7 +43,7 @@ struct Hold {
 
 struct State {
     std::mutex mutex;
-    Hold* hold = nullptr;  // guarded by mutex
+    std::shared_ptr<Hold> hold;  // guarded by mutex; shared with a thread still leaving it
     std::atomic<bool> holding{false};
     std::atomic<unsigned> generation{0};
     std::atomic<unsigned> seed{0};
@@ -78,10 +79,10 @@ inline void delay() {
 inline void hook(const char* point) {
     State& s = state();
     if (s.holding.load(std::memory_order_acquire)) {
-        Hold* mine = nullptr;
+        std::shared_ptr<Hold> mine;
         {
             std::lock_guard lock(s.mutex);
-            Hold* h = s.hold;
+            const auto& h = s.hold;
             if (h && !h->taken && (!h->point || std::strcmp(h->point, point) == 0) &&
                 (h->anyThread || h->thread == std::this_thread::get_id())) {
                 h->taken = true;
@@ -108,39 +109,35 @@ inline void install() {
 class PointHold {
   public:
     explicit PointHold(const char* point, std::thread::id thread = {}) {
-        hold_.point = point;
-        hold_.anyThread = thread == std::thread::id{};
-        hold_.thread = thread;
+        hold_->point = point;
+        hold_->anyThread = thread == std::thread::id{};
+        hold_->thread = thread;
         auto& s = interleaving_detail::state();
         interleaving_detail::install();
         std::lock_guard lock(s.mutex);
-        s.hold = &hold_;
+        s.hold = hold_;
         s.holding.store(true, std::memory_order_release);
     }
     ~PointHold() { release(); }
     PointHold(const PointHold&) = delete;
     PointHold& operator=(const PointHold&) = delete;
 
-    bool waitReached(double seconds = 20.0) { return hold_.reached.wait(seconds); }
+    bool waitReached(double seconds = 20.0) { return hold_->reached.wait(seconds); }
     // Lets the held thread go on; later points are not held.
     void release() {
         auto& s = interleaving_detail::state();
         {
             std::lock_guard lock(s.mutex);
-            if (s.hold == &hold_) {
+            if (s.hold == hold_) {
                 s.hold = nullptr;
                 s.holding.store(false, std::memory_order_release);
             }
         }
-        hold_.release.open();
-    }
-    bool wasReached() {
-        std::lock_guard lock(interleaving_detail::state().mutex);
-        return hold_.taken;
+        hold_->release.open();
     }
 
   private:
-    interleaving_detail::Hold hold_;
+    std::shared_ptr<interleaving_detail::Hold> hold_ = std::make_shared<interleaving_detail::Hold>();
 };
 
 // Runs `first` on a new thread that stops at the first interleaving point it
