@@ -81,32 +81,6 @@ TEST(TaskDescriptionTest, ClassNameAfterTheLastDoubleUnderscoreElseTheId) {
     EXPECT_EQ(DynamicTask::make()->description(), "DynamicTask");
 }
 
-TEST(GeneralTaskTest, InitialValues) {
-    auto task = std::make_shared<GeneralTask>();
-    EXPECT_FALSE(task->markCancelled());
-    ASSERT_TRUE(task->result());
-    EXPECT_FALSE(task->result()->success());
-    EXPECT_FALSE(task->result()->error().has_value());
-    EXPECT_EQ(task->priority()->intValue(), 0);
-    EXPECT_EQ(rawValue(task->qualityOfService()), 0);
-    EXPECT_TRUE(std::dynamic_pointer_cast<const DefaultTaskConfiguration>(task->configuration()));
-    EXPECT_TRUE(std::dynamic_pointer_cast<const DefaultOperationConfiguration>(
-        task->operationConfiguration()));
-    EXPECT_FALSE(task->operationConfiguration()->deIndexBeforeCompletion());
-    EXPECT_FALSE(task->completionClosure());
-    EXPECT_FALSE(task->operationBridge());
-    EXPECT_FALSE(task->isOperating());
-    EXPECT_FALSE(task->shouldChange(TaskStatePaused::instance()));
-
-    auto dynamic = DynamicTask::make();
-    EXPECT_TRUE(dynamic->canBeIndexed());
-    EXPECT_FALSE(dynamic->exclusiveId().has_value());
-    EXPECT_FALSE(dynamic->shouldRemoveQueueOnComplete());
-    EXPECT_TRUE(dynamic->dependencies().empty());
-    EXPECT_TRUE(dynamic->duplicatedTasks().empty());
-    EXPECT_FALSE(dynamic->isBlockedAtPausablePoint());
-}
-
 TEST(GeneralTaskTest, WithoutAnOperationFinishAndCancelCompleteAtOnceAndOnlyOnce) {
     LevelGuard verbose(ovlog::Level::verbose);
     auto capture = ovlog::CaptureSink::attach();

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "OVUtility/Operations/OperationState.h"
+#include "OVUtility/Tasks/GeneralTask.h"
 #include "OVUtility/Tasks/TaskPriority.h"
 #include "OVUtility/Tasks/TaskResult.h"
 #include "OVUtility/Tasks/TaskStrictTypeCompletable.h"
@@ -52,23 +53,6 @@ TEST(TaskQualityOfServiceTest, RawValuesAndTheKeptBridgeTable) {
     }
 }
 
-TEST(TaskResultTest, RefreshOverwritesBothFieldsOfEitherResultKind) {
-    GeneralTaskResult general(true, Error{"d", 1});
-    general.refresh(false, std::nullopt);
-    EXPECT_FALSE(general.success());
-    EXPECT_FALSE(general.error().has_value());
-    general.refresh(true, Error{"d", 7, "seven"});
-    EXPECT_TRUE(general.success());
-    EXPECT_EQ(general.error()->code, 7);
-
-    IndexableTaskResult indexable(false, std::nullopt, "id-1");
-    TaskResult& base = indexable;
-    base.refresh(true, Error{"x", 2});
-    EXPECT_TRUE(indexable.success());
-    EXPECT_EQ(indexable.error(), Error("x", 2));
-    EXPECT_EQ(indexable.taskId(), "id-1");
-}
-
 TEST(OperationTaskDefaultsTest, WithoutBridgeNothingIsOperatingAndChangeIsANoOp) {
     auto task = std::make_shared<FakeTask>("t");
     EXPECT_FALSE(task->isOperating());
@@ -83,6 +67,11 @@ TEST(OperationTaskDefaultsTest, WithoutBridgeNothingIsOperatingAndChangeIsANoOp)
     EXPECT_FALSE(task->isInOneOfStates({}));
     EXPECT_EQ(task->priority()->intValue(), 0);
     EXPECT_EQ(task->qualityOfService(), TaskQualityOfService::veryLow);
+    // A fresh general task: medium, veryLow, not cancelled, an unsuccessful result.
+    auto general = std::make_shared<GeneralTask>();
+    EXPECT_EQ(general->priority()->intValue(), 0);
+    EXPECT_EQ(general->qualityOfService(), TaskQualityOfService::veryLow);
+    EXPECT_TRUE(!general->markCancelled() && !general->result()->success());
 }
 
 TEST(OperationTaskDefaultsTest, BridgeAnswersStatesAndScanStopsAtFirstMatch) {
@@ -130,19 +119,24 @@ TEST(TaskExecutableDefaultsTest, AbortGoesThroughTheExecutorOnlyWhenItKnowsTheTa
     EXPECT_TRUE(known->cancelErrors.empty());
 }
 
-TEST(TaskDependableDefaultsTest, DependRecordsBothSidesInOrderAndTwiceWhenCalledTwice) {
+TEST(TaskDependableDefaultsTest, DependRecordsBothSidesTwiceWhenCalledTwiceAndExecuteAfterSubmits) {
     auto executor = std::make_shared<RecordingExecutor>();
     auto blocker = std::make_shared<FakeTask>("blocker", executor);
     auto waiter = std::make_shared<FakeTask>("waiter", executor);
     waiter->depend(blocker);
-    waiter->depend(blocker);
+    waiter->executeAfter(blocker);
     EXPECT_EQ(executor->serializeWaits, (std::vector<bool>{true, true}));
     EXPECT_EQ(waiter->dependencies(), (std::vector<std::string>{"blocker", "blocker"}));
     ASSERT_EQ(blocker->nextTasks().size(), 2u);
     EXPECT_EQ(blocker->nextTasks()[0].get(), static_cast<TaskDependable*>(waiter.get()));
+    EXPECT_EQ(executor->added.size(), 1u);
+    executor->added.clear();
 }
 
-TEST(TaskDependableDefaultsTest, CompletionRemovesOneIdAsynchronouslyAndExecutesWhenNoneLeft) {
+// A completion removes one id, in the executor's serial context, and executes
+// the dependant when none is left; a cancelled blocker leaves it waiting; a
+// dependant released meanwhile is left alone.
+TEST(TaskDependableDefaultsTest, CompletionRemovesOneIdAndExecutesWhenNoneLeft) {
     auto executor = std::make_shared<RecordingExecutor>();
     auto a = std::make_shared<FakeTask>("a", executor);
     auto b = std::make_shared<FakeTask>("b", executor);
@@ -153,6 +147,11 @@ TEST(TaskDependableDefaultsTest, CompletionRemovesOneIdAsynchronouslyAndExecutes
     EXPECT_EQ(waiter->dependencies().size(), 3u);  // nothing before the serial context runs
     executor->runPending();
     EXPECT_EQ(waiter->dependencies(), (std::vector<std::string>{"b", "a"}));
+    b->cancelledMark = true;
+    waiter->didCompleteBlockingTask(b);
+    executor->runPending();
+    EXPECT_EQ(waiter->dependencies(), (std::vector<std::string>{"b", "a"}));
+    b->cancelledMark = false;
     waiter->didCompleteBlockingTask(b);
     waiter->didCompleteBlockingTask(a);
     executor->runPending();
@@ -160,49 +159,12 @@ TEST(TaskDependableDefaultsTest, CompletionRemovesOneIdAsynchronouslyAndExecutes
     ASSERT_EQ(executor->added.size(), 1u);
     EXPECT_EQ(executor->added[0].get(), static_cast<OperationTask*>(waiter.get()));
     executor->added.clear();
-}
 
-TEST(TaskDependableDefaultsTest, CancelledBlockerLeavesTheDependantWaiting) {
-    auto executor = std::make_shared<RecordingExecutor>();
-    auto blocker = std::make_shared<FakeTask>("blocker", executor);
-    auto waiter = std::make_shared<FakeTask>("waiter", executor);
-    waiter->dependencies() = {"blocker"};
-    blocker->cancelledMark = true;
-    waiter->didCompleteBlockingTask(blocker);
-    executor->runPending();
-    EXPECT_EQ(waiter->dependencies(), std::vector<std::string>{"blocker"});
-    EXPECT_TRUE(executor->added.empty());
-}
-
-TEST(TaskDependableDefaultsTest, PendingCompletionForAReleasedTaskDoesNothing) {
-    auto executor = std::make_shared<RecordingExecutor>();
-    auto blocker = std::make_shared<FakeTask>("blocker", executor);
-    auto waiter = std::make_shared<FakeTask>("waiter", executor);
-    waiter->dependencies() = {"blocker"};
-    waiter->didCompleteBlockingTask(blocker);
-    waiter.reset();  // the closure holds it weakly
+    waiter->dependencies() = {"a"};
+    waiter->didCompleteBlockingTask(a);
+    waiter.reset();  // the pending step holds it weakly
     executor->runPending();
     EXPECT_TRUE(executor->added.empty());
-}
-
-TEST(TaskDependableDefaultsTest, ExecuteAfterDependsThenSubmits) {
-    auto executor = std::make_shared<RecordingExecutor>();
-    auto blocker = std::make_shared<FakeTask>("blocker", executor);
-    auto waiter = std::make_shared<FakeTask>("waiter", executor);
-    waiter->executeAfter(blocker);
-    EXPECT_EQ(waiter->dependencies(), std::vector<std::string>{"blocker"});
-    EXPECT_EQ(executor->added.size(), 1u);
-    executor->added.clear();
-}
-
-TEST(TaskDuplicableDefaultsTest, ProcessDuplicateOnlyAppends) {
-    auto first = std::make_shared<FakeTask>("same");
-    auto second = std::make_shared<FakeTask>("same");
-    first->processDuplicateTask(second);
-    ASSERT_EQ(first->duplicatedTasks().size(), 1u);
-    EXPECT_EQ(first->duplicatedTasks()[0].get(), static_cast<TaskDuplicable*>(second.get()));
-    EXPECT_FALSE(first->markCancelled());
-    EXPECT_TRUE(second->duplicatedTasks().empty());
 }
 
 namespace {
