@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -13,8 +14,8 @@
 #include "OVUtility/Operations/SafeOperation.h"
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/OperationQueue.h"
-#include "Operations/RecordingTask.h"
 #include "OVUtility/Tasks/DynamicTask.h"
+#include "Operations/RecordingTask.h"
 #include "support/Eventually.h"
 #include "support/Interleaving.h"
 
@@ -91,60 +92,75 @@ TEST(SafeOperationTest, MakeWiresTheTaskAndCopiesItsSettings) {
     EXPECT_EQ(SafeOperation::make(odd)->queuePriority(), 0);
 }
 
-TEST(SafeOperationStateTableTest, ReadyStartThenFinish) {
-    Fixture f;
-    f.op->start();
-    EXPECT_EQ(f.log->take(),
-              concat(transition("isReady", "isExecuting"), {"task-did:isReady>isExecuting"}));
-    EXPECT_TRUE(f.flags(false, true, false, false));
-    EXPECT_TRUE(f.op->isOperating());
-
-    f.op->finish();
-    EXPECT_EQ(f.log->take(),
-              concat(transition("isExecuting", "isFinished"), {"task-did:isExecuting>isFinished"}));
-    EXPECT_TRUE(f.flags(false, false, true, false));
-    EXPECT_EQ(f.callbacks.load(), 1);
-}
-
-TEST(SafeOperationStateTableTest, ExecutingCancelEndsCanceledAndFinished) {
-    for (int variant = 0; variant < 3; ++variant) {
+// Every row of the state table: the notifications of the last call in order,
+// the four flags after it, and how many callbacks ran (exactly one once finished).
+TEST(SafeOperationStateTableTest, EveryRowWithItsNotificationsFlagsAndCallback) {
+    using Step = std::function<void(SafeOperation&)>;
+    const Step start = [](SafeOperation& op) { op.start(); };
+    const Step cancel = [](SafeOperation& op) { op.cancel(); };
+    const Step finish = [](SafeOperation& op) { op.finish(); };
+    const Step none = [](SafeOperation&) {};
+    auto update = [](const TaskState& s) {
+        return Step([&s](SafeOperation& op) { EXPECT_TRUE(op.update(s)); });
+    };
+    auto then = [](Step a, Step b) { return Step([a, b](SafeOperation& op) { a(op), b(op); }); };
+    auto ended = [](const std::string& from, const std::string& to) {
+        Events e = transition(from, to);
+        if (to == "isCancelled") e = concat(e, kFinishedPair);
+        return concat(e, {"task-did:" + from + ">" + to});
+    };
+    const Step ignoredAfterEnd =
+        then(then(then(cancel, finish), then(update(OperationStateCanceled::instance()),
+                                             update(OperationStateFinished::instance()))),
+             start);
+    struct Row {
+        const char* name;
+        Step before, last;
+        Events events;
+        bool ready, executing, finished;
+        int callbacks;
+    };
+    const Row rows[] = {
+        {"start", none, start, ended("isReady", "isExecuting"), false, true, false, 0},
+        {"finish running", start, finish, ended("isExecuting", "isFinished"), false, false, true,
+         1},
+        {"cancel running", start, cancel, ended("isExecuting", "isCancelled"), false, false, true,
+         1},
+        {"update canceled", start, update(OperationStateCanceled::instance()),
+         ended("isExecuting", "isCancelled"), false, false, true, 1},
+        {"update terminated", start, update(OperationStateTerminated::instance()),
+         ended("isExecuting", "isCancelled"), false, false, true, 1},
+        {"early cancel", none, cancel, ended("isReady", "isTerminated"), true, false, false, 0},
+        {"start after early cancel", cancel, start, ended("isTerminated", "isCancelled"), false,
+         false, true, 1},
+        {"executing after early cancel", cancel, update(OperationStateExecuting::instance()),
+         ended("isTerminated", "isCancelled"), false, false, true, 1},
+        {"early finish", none, finish, ended("isReady", "isPrematurelyFinished"), true, false,
+         false, 0},
+        {"early update finished", none, update(OperationStateFinished::instance()),
+         ended("isReady", "isPrematurelyFinished"), true, false, false, 0},
+        {"start after early finish", finish, start, ended("isPrematurelyFinished", "isFinished"),
+         false, false, true, 1},
+        {"after finishing", then(start, finish), ignoredAfterEnd, {}, false, false, true, 1},
+        {"after cancelling", then(start, cancel), ignoredAfterEnd, {}, false, false, true, 1},
+    };
+    for (const Row& row : rows) {
         Fixture f;
-        f.op->start();
+        row.before(*f.op);
         f.log->take();
-        if (variant == 0) f.op->cancel();
-        if (variant == 1) {
-            EXPECT_TRUE(f.op->update(OperationStateCanceled{}));
-        }
-        if (variant == 2) {
-            EXPECT_TRUE(f.op->update(OperationStateTerminated{}));
-        }
-        EXPECT_EQ(f.log->take(),
-                  concat(concat(transition("isExecuting", "isCancelled"), kFinishedPair),
-                         {"task-did:isExecuting>isCancelled"}))
-            << variant;
-        EXPECT_TRUE(f.flags(false, false, true, false)) << variant;
-        EXPECT_TRUE(f.op->isInState(OperationStateCanceled{}));
-        EXPECT_EQ(f.callbacks.load(), 1);
+        row.last(*f.op);
+        EXPECT_EQ(f.log->take(), row.events) << row.name;
+        EXPECT_TRUE(f.flags(row.ready, row.executing, row.finished, false)) << row.name;
+        EXPECT_EQ(f.callbacks.load(), row.callbacks) << row.name;
     }
 }
 
-TEST(SafeOperationStateTableTest, EarlyCancelStaysReadyAndEndsAtStart) {
+TEST(SafeOperationStateTableTest, EarlyCancelLogsTheCallStackWhenItEnds) {
     auto capture = ovlog::CaptureSink::attach();
     ovlog::OLog::setLevel("OperationTask", ovlog::Level::verbose);
     Fixture f;
     f.op->cancel();
-    EXPECT_EQ(f.log->take(),
-              concat(transition("isReady", "isTerminated"), {"task-did:isReady>isTerminated"}));
-    EXPECT_TRUE(f.flags(true, false, false, false));
-    EXPECT_TRUE(f.op->isInState(OperationStateTerminated{}));
-    EXPECT_EQ(f.callbacks.load(), 0);
-
     f.op->start();
-    EXPECT_EQ(f.log->take(),
-              concat(concat(transition("isTerminated", "isCancelled"), kFinishedPair),
-                     {"task-did:isTerminated>isCancelled"}));
-    EXPECT_TRUE(f.flags(false, false, true, false));
-    EXPECT_EQ(f.callbacks.load(), 1);
     EXPECT_EQ(capture->countStartingWith("Operation canceled "), 1u);
     auto records = capture->records();
     ASSERT_FALSE(records.empty());
@@ -154,47 +170,18 @@ TEST(SafeOperationStateTableTest, EarlyCancelStaysReadyAndEndsAtStart) {
     EXPECT_NE(records.back().message.find("[\"0"), std::string::npos);  // the call stack
 }
 
-TEST(SafeOperationStateTableTest, PrematureFinishSkipsExecutingAndTheTimer) {
+TEST(SafeOperationStateTableTest, PrematureFinishArmsNoTimer) {
     auto capture = ovlog::CaptureSink::attach();
     ovlog::OLog::setLevel("OperationTask", ovlog::Level::verbose);
     auto config = ovtest::inlineConfiguration();
     config->setExpiration(0.05);
-    for (bool viaUpdate : {false, true}) {
-        Fixture f(config);
-        if (viaUpdate) {
-            EXPECT_TRUE(f.op->update(OperationStateFinished{}));
-        } else {
-            f.op->finish();
-        }
-        EXPECT_EQ(f.log->take(), concat(transition("isReady", "isPrematurelyFinished"),
-                                        {"task-did:isReady>isPrematurelyFinished"}));
-        EXPECT_TRUE(f.flags(true, false, false, false));
-        f.op->start();
-        EXPECT_EQ(f.log->take(), concat(transition("isPrematurelyFinished", "isFinished"),
-                                        {"task-did:isPrematurelyFinished>isFinished"}));
-        EXPECT_TRUE(f.flags(false, false, true, false));
-        EXPECT_EQ(f.callbacks.load(), 1);
-    }
+    Fixture f(config);
+    f.op->finish();
+    f.op->start();
+    EXPECT_TRUE(f.flags(false, false, true, false));
     // Had a timer been armed, it would have cancelled (and logged) by now.
     EXPECT_FALSE(
         ovtest::eventually([&] { return capture->countStartingWith("Operation") > 0; }, 0.3));
-}
-
-TEST(SafeOperationStateTableTest, FinishedOperationIgnoresCancelAndFinish) {
-    for (bool cancelled : {false, true}) {
-        Fixture f;
-        f.op->start();
-        cancelled ? f.op->cancel() : f.op->finish();
-        f.log->take();
-        f.op->cancel();
-        f.op->finish();
-        EXPECT_TRUE(f.op->update(OperationStateCanceled{}));
-        EXPECT_TRUE(f.op->update(OperationStateFinished{}));
-        f.op->start();
-        EXPECT_TRUE(f.log->take().empty());
-        EXPECT_EQ(f.callbacks.load(), 1);
-        EXPECT_TRUE(f.op->isFinished());
-    }
 }
 
 TEST(SafeOperationStateTableTest, OtherStatesNeedTheTasksConsent) {
@@ -218,19 +205,6 @@ TEST(SafeOperationStateTableTest, OtherStatesNeedTheTasksConsent) {
     f.op->finish();
     EXPECT_EQ(f.log->take(),
               concat(transition("isResumed", "isFinished"), {"task-did:isResumed>isFinished"}));
-    EXPECT_EQ(f.callbacks.load(), 1);
-}
-
-TEST(SafeOperationStateTableTest, StartRacingAnEarlyCancelEndsCanceled) {
-    Fixture f;
-    f.op->cancel();
-    f.log->take();
-    // A start that got past its checks before the cancel: Terminated -> Executing.
-    EXPECT_TRUE(f.op->update(OperationStateExecuting{}));
-    EXPECT_EQ(f.log->take(),
-              concat(concat(transition("isTerminated", "isCancelled"), kFinishedPair),
-                     {"task-did:isTerminated>isCancelled"}));
-    EXPECT_TRUE(f.op->isFinished());
     EXPECT_EQ(f.callbacks.load(), 1);
 }
 
@@ -358,11 +332,21 @@ TEST(SafeOperationRaceTest, EveryPairOfCallsEndsWithExactlyOneCallback) {
     };
     auto call = [](SafeOperation& op, Call c) {
         switch (c) {
-            case kStart: op.start(); break;
-            case kCancel: op.cancel(); break;
-            case kFinish: op.finish(); break;
-            case kPause: op.update(TaskStatePaused::instance()); break;
-            case kResume: op.update(TaskStateResumed::instance()); break;
+            case kStart:
+                op.start();
+                break;
+            case kCancel:
+                op.cancel();
+                break;
+            case kFinish:
+                op.finish();
+                break;
+            case kPause:
+                op.update(TaskStatePaused::instance());
+                break;
+            case kResume:
+                op.update(TaskStateResumed::instance());
+                break;
         }
     };
     enum Variant { kInline, kCallbackQueue, kExpiring };
@@ -371,8 +355,9 @@ TEST(SafeOperationRaceTest, EveryPairOfCallsEndsWithExactlyOneCallback) {
             for (int b = a; b <= kResume; ++b) {
                 if (a == kStart && b == kStart) continue;  // a queue starts an operation once
                 for (int order = 0; order < 12; ++order) {
-                    auto config = variant == kInline ? ovtest::inlineConfiguration()
-                                                     : std::make_shared<DefaultOperationConfiguration>();
+                    auto config = variant == kInline
+                                      ? ovtest::inlineConfiguration()
+                                      : std::make_shared<DefaultOperationConfiguration>();
                     if (variant == kExpiring) config->setExpiration(0.0005);
                     auto task = std::make_shared<IdleWork>();
                     task->setOperationConfiguration(config);
@@ -399,8 +384,8 @@ TEST(SafeOperationRaceTest, EveryPairOfCallsEndsWithExactlyOneCallback) {
                         second();
                         t.join();
                     }
-                    const std::string what = std::string(names[a]) + "+" + names[b] +
-                                             " variant " + std::to_string(variant) + " order " +
+                    const std::string what = std::string(names[a]) + "+" + names[b] + " variant " +
+                                             std::to_string(variant) + " order " +
                                              std::to_string(order);
                     if (a != kStart) op->start();  // the queue starts whatever it holds
                     const bool endAsked = a == kCancel || a == kFinish || b == kCancel ||
@@ -412,7 +397,8 @@ TEST(SafeOperationRaceTest, EveryPairOfCallsEndsWithExactlyOneCallback) {
                     }
                     ASSERT_TRUE(ovtest::eventually([&] { return op->isFinished(); }, 10.0))
                         << what << " is stuck";
-                    if (variant != kInline) sharedCallBackQueue()->waitUntilAllOperationsAreFinished();
+                    if (variant != kInline)
+                        sharedCallBackQueue()->waitUntilAllOperationsAreFinished();
                     ASSERT_TRUE(ovtest::eventually([&] { return callbacks->load() >= 1; })) << what;
                     EXPECT_EQ(callbacks->load(), 1) << what;
                     EXPECT_FALSE(op->isExecuting()) << what;
@@ -428,10 +414,10 @@ TEST(SafeOperationRaceTest, AFinishThatLandsWhileTheOperationStartsEndsIt) {
     if (!ov::interleaving::available()) GTEST_SKIP() << "interleaving points not compiled in";
     Fixture f;
     ovtest::runInterleaved([&] { f.op->finish(); }, [&] { f.op->start(); });
-    EXPECT_EQ(f.log->take(), concat(concat(transition("isReady", "isExecuting"),
-                                           {"task-did:isReady>isExecuting"}),
-                                    concat(transition("isExecuting", "isFinished"),
-                                           {"task-did:isExecuting>isFinished"})));
+    EXPECT_EQ(f.log->take(),
+              concat(concat(transition("isReady", "isExecuting"), {"task-did:isReady>isExecuting"}),
+                     concat(transition("isExecuting", "isFinished"),
+                            {"task-did:isExecuting>isFinished"})));
     EXPECT_TRUE(f.flags(false, false, true, false));
     EXPECT_EQ(f.callbacks.load(), 1);
 
