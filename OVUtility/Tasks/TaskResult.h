@@ -40,12 +40,12 @@ class TaskResultIndexable : public virtual TaskResult {
     virtual void setTaskId(std::string taskId) = 0;
 };
 
-class GeneralTaskResult : public virtual TaskResult {
-  public:
-    GeneralTaskResult() = default;
-    GeneralTaskResult(bool success, std::optional<Error> error)
-        : success_(success), error_(std::move(error)) {}
+namespace detail {
 
+// The success and error fields of the result classes below, behind one lock.
+template <typename Interface>
+class SynchronisedResult : public virtual Interface {
+  public:
     bool success() const override {
         std::lock_guard guard(lock_);
         return success_;
@@ -63,34 +63,33 @@ class GeneralTaskResult : public virtual TaskResult {
         error_ = std::move(error);
     }
 
-  private:
+  protected:
+    SynchronisedResult() = default;
+    SynchronisedResult(bool success, std::optional<Error> error)
+        : success_(success), error_(std::move(error)) {}
+
     mutable SpinLock lock_;
+
+  private:
     bool success_ = false;
     std::optional<Error> error_;
 };
 
-class IndexableTaskResult : public virtual TaskResultIndexable {
+}  // namespace detail
+
+class GeneralTaskResult : public detail::SynchronisedResult<TaskResult> {
+  public:
+    GeneralTaskResult() = default;
+    GeneralTaskResult(bool success, std::optional<Error> error)
+        : SynchronisedResult(success, std::move(error)) {}
+};
+
+class IndexableTaskResult : public detail::SynchronisedResult<TaskResultIndexable> {
   public:
     IndexableTaskResult() = default;
     IndexableTaskResult(bool success, std::optional<Error> error, std::string taskId)
-        : success_(success), error_(std::move(error)), taskId_(std::move(taskId)) {}
+        : SynchronisedResult(success, std::move(error)), taskId_(std::move(taskId)) {}
 
-    bool success() const override {
-        std::lock_guard guard(lock_);
-        return success_;
-    }
-    void setSuccess(bool success) override {
-        std::lock_guard guard(lock_);
-        success_ = success;
-    }
-    std::optional<Error> error() const override {
-        std::lock_guard guard(lock_);
-        return error_;
-    }
-    void setError(std::optional<Error> error) override {
-        std::lock_guard guard(lock_);
-        error_ = std::move(error);
-    }
     std::string taskId() const override {
         std::lock_guard guard(lock_);
         return taskId_;
@@ -101,9 +100,6 @@ class IndexableTaskResult : public virtual TaskResultIndexable {
     }
 
   private:
-    mutable SpinLock lock_;
-    bool success_ = false;
-    std::optional<Error> error_;
     std::string taskId_;
 };
 
