@@ -1,6 +1,7 @@
 // Test helper: the project's sample data directory (data/ at the repository
-// root), found from this header's own location so that tests do not depend on
-// the working directory.
+// root). The build passes the source directory in (OV_TEST_SOURCE_DIR), so
+// tests depend neither on the working directory nor on how the compiler
+// spells this header's path.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +9,7 @@
 namespace ovtest {
 
 inline std::filesystem::path dataDirectory() {
-    return std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "data";
+    return std::filesystem::path(OV_TEST_SOURCE_DIR) / "data";
 }
 
 }  // namespace ovtest
