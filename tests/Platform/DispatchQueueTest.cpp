@@ -11,6 +11,7 @@
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/WorkerPool.h"
 #include "support/Eventually.h"
+#include "support/Gate.h"
 #include "support/MainQueuePump.h"
 
 using ov::DispatchQueue;
@@ -92,6 +93,28 @@ TEST(DispatchQueue, BarrierNeverOverlapsOtherBlocksAndKeepsItsPlace) {
     waitAll(queue);
     EXPECT_FALSE(violated);
     EXPECT_EQ(writes.load(), 50);
+}
+
+TEST(DispatchQueue, BarrierWaitsForAnEarlierBlockThatIsStillRunning) {
+    auto queue =
+        DispatchQueue::make("test.concurrent.barrier.long", DispatchQueue::Attributes::concurrent);
+    ovtest::Gate started, release, barrierRan;
+    std::atomic<bool> longBlockDone{false}, barrierSawItDone{false};
+    queue->async([&] {
+        started.open();
+        release.wait();
+        longBlockDone = true;
+    });
+    ASSERT_TRUE(started.wait());
+    queue->asyncBarrier([&] {
+        barrierSawItDone = longBlockDone.load();
+        barrierRan.open();
+    });
+    // Idle workers are free, so a barrier that did not wait would run now.
+    EXPECT_FALSE(barrierRan.wait(0.2));
+    release.open();
+    ASSERT_TRUE(barrierRan.wait());
+    EXPECT_TRUE(barrierSawItDone);
 }
 
 TEST(DispatchQueue, SyncRunsOnCallingThreadReturnsValueAndRethrows) {
