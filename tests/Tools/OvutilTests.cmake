@@ -56,6 +56,9 @@ ov_ovutil_test(StringsLintReportsTheBrokenLine RC 1
 ov_ovutil_test(StringsLintReportsMissingAndUnknownKeys RC 1
   ARGS strings lint ${OV_DATA}/SampleBundle/en.lproj/Localizable.strings
   EXPECT "missing: \"BadgeNew\"" "unknown key \"Greeting\"")
+ov_ovutil_test(StringsLintEscapesControlCharacters RC 1
+  ARGS strings lint ${OV_DATA}/malformed/control-character-key.strings
+  EXPECT "unknown key \"Bell\\\\x1B\\[31m\"")
 ov_ovutil_test(StringsShowAppliesThePseudoFilter RC 0 ARGS strings show BadgeNew --pseudo 100
   EXPECT "BadgeNew = \\[#New[^#]+#\\]")
 ov_ovutil_test(StringsShowFlagsAnUnknownKey RC 1 ARGS strings show NoSuchKey
