@@ -11,11 +11,19 @@
 #include "OVUtility/Platform/UserDefaults.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const std::filesystem::path dir =
-        std::filesystem::temp_directory_path() / ("ov-defaults-fuzz-" + std::to_string(getpid()));
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
+    // One directory per process, removed at exit.
+    static const struct Directory {
+        std::filesystem::path path = std::filesystem::temp_directory_path() /
+                                     ("ov-defaults-fuzz-" + std::to_string(getpid()));
+        Directory() { std::filesystem::create_directories(path); }
+        ~Directory() {
+            std::error_code ignored;
+            std::filesystem::remove_all(path, ignored);
+        }
+    } directory;
+    const std::filesystem::path& dir = directory.path;
     const auto path = dir / "defaults.json";
+    std::filesystem::remove(dir / "defaults.json.bad");  // a broken file moved aside last time
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
 

@@ -38,10 +38,12 @@ cmake --build "$out" -j "$(nproc 2>/dev/null || echo 2)" --target "${targets[@]}
 # Per-input time limit in seconds. Linear work on 16 KB takes milliseconds;
 # a backtracking regular expression on 16 KB of capitals or "<" takes 2 to 9 s,
 # so 1 s fails it. Each corpus holds such worst cases (fuzz/corpus/*/*-16k).
-# Text measurement shapes every character with HarfBuzz, so it gets more.
+# Text measurement shapes every character with HarfBuzz, and the user-defaults
+# target writes and renames a file per input (a shared disk can stall for a
+# second), so they get more.
 timeout_for() {
     case "$1" in
-        TextMeasurementFuzz) echo 5 ;;
+        TextMeasurementFuzz | UserDefaultsFuzz) echo 5 ;;
         *) echo 1 ;;
     esac
 }
