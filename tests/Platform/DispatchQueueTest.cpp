@@ -95,26 +95,33 @@ TEST(DispatchQueue, BarrierNeverOverlapsOtherBlocksAndKeepsItsPlace) {
     EXPECT_EQ(writes.load(), 50);
 }
 
-TEST(DispatchQueue, BarrierWaitsForAnEarlierBlockThatIsStillRunning) {
+TEST(DispatchQueue, BarrierWaitsForEveryEarlierBlockStillRunning) {
     auto queue =
         DispatchQueue::make("test.concurrent.barrier.long", DispatchQueue::Attributes::concurrent);
-    ovtest::Gate started, release, barrierRan;
-    std::atomic<bool> longBlockDone{false}, barrierSawItDone{false};
+    ovtest::Gate startedA, startedB, releaseA, releaseB, barrierRan;
+    std::atomic<bool> aDone{false}, barrierSawADone{false};
     queue->async([&] {
-        started.open();
-        release.wait();
-        longBlockDone = true;
+        startedA.open();
+        releaseA.wait();
+        aDone = true;
     });
-    ASSERT_TRUE(started.wait());
+    queue->async([&] {
+        startedB.open();
+        releaseB.wait();
+    });
+    ASSERT_TRUE(startedA.wait());
+    ASSERT_TRUE(startedB.wait());
     queue->asyncBarrier([&] {
-        barrierSawItDone = longBlockDone.load();
+        barrierSawADone = aDone.load();
         barrierRan.open();
     });
-    // Idle workers are free, so a barrier that did not wait would run now.
+    // B ends first: neither its worker nor an idle one may start the barrier
+    // while A still runs (one that did would run it now).
+    releaseB.open();
     EXPECT_FALSE(barrierRan.wait(0.2));
-    release.open();
+    releaseA.open();
     ASSERT_TRUE(barrierRan.wait());
-    EXPECT_TRUE(barrierSawItDone);
+    EXPECT_TRUE(barrierSawADone);
 }
 
 TEST(DispatchQueue, SyncRunsOnCallingThreadReturnsValueAndRethrows) {
