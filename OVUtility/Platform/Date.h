@@ -26,7 +26,7 @@ class Date {
     static constexpr Date distantFuture() { return Date(64092211200.0); }
 
     constexpr double timeIntervalSince1970() const { return seconds_; }
-    // False for NaN, infinities and dates further than about 5.8 million
+    // False for NaN, infinities and dates further than about 5.7 million
     // years from 1970, which calendars and formatters cannot represent; the
     // date additions give such dates a documented "no answer" instead.
     constexpr bool isWithinCalendarRange() const {
