@@ -25,7 +25,8 @@ sanitize="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=unde
 cmake -S . -B "$out" -DCMAKE_C_COMPILER="${FUZZ_CC:-clang}" -DCMAKE_CXX_COMPILER="${FUZZ_CXX:-clang++}" \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_FLAGS="$sanitize" -DCMAKE_CXX_FLAGS="$sanitize" \
     -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined" \
-    -DOV_BUILD_FUZZERS=ON -DOV_BUILD_TESTS=OFF -DOV_BUILD_TOOLS=OFF > "$out.configure.log"
+    -DOV_BUILD_FUZZERS=ON -DOV_BUILD_TESTS=OFF -DOV_BUILD_TOOLS=OFF > "$out.configure.log" 2>&1 ||
+    { tail -n 40 "$out.configure.log"; exit 1; }
 
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
