@@ -74,7 +74,10 @@ class DoublyLinkedList {
     using Node = detail::DoublyLinkedListNode<T>;
 
   public:
-    // Forward iterator for range-for and standard algorithms.
+    // Forward iterator for range-for and standard algorithms. Like
+    // makeIterator(), it owns the node it stands on, so the list may change
+    // inside the loop: a removed node stays readable until the iterator moves
+    // on, and the loop follows the chain as it is at each step.
     class const_iterator {
       public:
         using iterator_category = std::forward_iterator_tag;
@@ -84,11 +87,11 @@ class DoublyLinkedList {
         using reference = const T&;
 
         const_iterator() = default;
-        explicit const_iterator(const Node* node) : node_(node) {}
+        explicit const_iterator(std::shared_ptr<const Node> node) : node_(std::move(node)) {}
         reference operator*() const { return node_->value; }
         pointer operator->() const { return &node_->value; }
         const_iterator& operator++() {
-            node_ = node_->next.get();
+            node_ = node_->next;
             return *this;
         }
         const_iterator operator++(int) {
@@ -99,7 +102,7 @@ class DoublyLinkedList {
         friend bool operator==(const const_iterator&, const const_iterator&) = default;
 
       private:
-        const Node* node_ = nullptr;
+        std::shared_ptr<const Node> node_;
     };
     using iterator = const_iterator;
     using value_type = T;
@@ -173,7 +176,11 @@ class DoublyLinkedList {
         std::shared_ptr<Node> old = std::move(head_);
         head_ = old->next;
         old.reset();  // frees the old head (unless an iterator holds it)
-        if (head_) head_->previous.reset();
+        if (head_) {
+            head_->previous.reset();
+        } else {
+            tail_.reset();  // the tail was the old head, possibly still held by an iterator
+        }
         --count_;
         return value;
     }
@@ -196,7 +203,7 @@ class DoublyLinkedList {
     }
 
     DoublyLinkedListIterator<T> makeIterator() const { return DoublyLinkedListIterator<T>(head_); }
-    const_iterator begin() const { return const_iterator(head_.get()); }
+    const_iterator begin() const { return const_iterator(head_); }
     const_iterator end() const { return const_iterator(); }
 
     // "DoublyLinkedList: [\n" + "      <element>\n" per element + "]".

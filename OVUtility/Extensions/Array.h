@@ -52,7 +52,8 @@ std::optional<array_detail::Element<C>> safeObjectAtIndex(const C& array, std::s
 // Consecutive chunks of `size` elements in order, the last possibly shorter;
 // an empty array gives no chunks. A size below 1 cannot make progress: it is
 // logged as a programming error and the whole array comes back as one chunk
-// (so no element is lost and the call always returns).
+// (so no element is lost and the call always returns). This departs on
+// purpose from the platform's method, which never returns on such a size.
 template <std::ranges::forward_range C>
 std::vector<std::vector<array_detail::Element<C>>> arrayBySplittingItemsIntoChunksOf(
     const C& array, std::int32_t size) {
@@ -130,13 +131,13 @@ A ov_reduce(const C& array, A initial, F&& combine) {
 
 // The elements in consecutive subsets of at most `maxCountPerSubset`, in
 // order (the last possibly shorter). A maximum below 1 gives one subset
-// holding the whole array; an empty array gives no subsets.
+// holding the whole array, even when that is empty; otherwise an empty array
+// gives no subsets.
 template <std::ranges::forward_range C>
 std::vector<std::vector<array_detail::Element<C>>> divide(const C& array,
                                                           std::ptrdiff_t maxCountPerSubset) {
     using T = array_detail::Element<C>;
     std::vector<std::vector<T>> subsets;
-    if (std::ranges::empty(array)) return subsets;
     if (maxCountPerSubset < 1) {
         subsets.emplace_back(std::ranges::begin(array), std::ranges::end(array));
         return subsets;

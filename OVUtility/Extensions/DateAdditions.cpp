@@ -8,12 +8,18 @@
 
 #include <fmt/format.h>
 
+#include "OVLog/OVLog.h"
 #include "OVUtility/Extensions/CalendarSupport.h"
 #include "OVUtility/Extensions/NSDateAdditions.h"
 #include "OVUtility/Platform/DateFormatter.h"
 
 namespace ov::dates {
 namespace {
+
+ovlog::Module& logModule() {
+    static ovlog::Module& module = ovlog::Module::named("OVUtility");
+    return module;
+}
 
 // Shared formatters: each made once, on first use (thread-safe static
 // initialisation), and locked per call inside DateFormatter.
@@ -76,19 +82,23 @@ bool isEarlierThan(Date date, Date other, double interval) {
 }
 
 Date addDays(Date date, std::int64_t days) {
+    // Beyond 32 bits of days (about 5.9 million years) no calendar date can
+    // result; ICU adds 32-bit amounts only, so such counts are elapsed days.
+    const auto step = static_cast<int32_t>(days);
+    const Date elapsedDays = date.addingTimeInterval(static_cast<double>(days) * 86400.0);
+    if (step != days || !date.isWithinCalendarRange() || !elapsedDays.isWithinCalendarRange()) {
+        OVLOG_WARNING(logModule(), "addDays: {} days from {} is outside the calendar; adding {} s",
+                      days, date.timeIntervalSince1970(), static_cast<double>(days) * 86400.0);
+        return elapsedDays;
+    }
     auto calendar = detail::currentCalendar(date);
     UErrorCode status = U_ZERO_ERROR;
-    // ICU adds at most 32-bit amounts at a time.
-    while (days != 0 && U_SUCCESS(status)) {
-        const auto step = static_cast<int32_t>(std::clamp<std::int64_t>(days, -1000000, 1000000));
-        calendar->add(UCAL_DATE, step, status);
-        days -= step;
-    }
-    if (U_FAILURE(status)) return date.addingTimeInterval(static_cast<double>(days) * 86400.0);
+    calendar->add(UCAL_DATE, step, status);
+    const UDate moved = calendar->getTime(status);
+    if (U_FAILURE(status)) return elapsedDays;
     // Keep the sub-millisecond part that ICU's millisecond clock drops.
     const double millis = detail::toUDate(date);
-    const double fraction = millis - std::floor(millis);
-    return detail::fromUDate(calendar->getTime(status) + fraction);
+    return detail::fromUDate(moved + (millis - std::floor(millis)));
 }
 
 Date addHours(Date date, std::int64_t hours) {

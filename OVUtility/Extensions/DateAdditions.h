@@ -33,7 +33,11 @@ bool isLaterThan(Date date, Date other, double interval);
 bool isEarlierThan(Date date, Date other, double interval);
 
 // Calendar days in the current calendar (a day across a clock change keeps
-// the wall-clock time, so it may be 23 or 25 hours).
+// the wall-clock time, so it may be 23 or 25 hours). When the date or the
+// result lies outside the calendar's range (Date::isWithinCalendarRange: NaN,
+// infinities, millions of years away), there is no calendar date: a warning
+// is logged and the result is the date plus days of 86400 s (so NaN stays
+// NaN). Either way the call returns at once.
 Date addDays(Date date, std::int64_t days);
 // Elapsed hours (3600 seconds each).
 Date addHours(Date date, std::int64_t hours);

@@ -109,9 +109,8 @@ std::optional<double> getNumber(const Json& dictionary, std::string_view key) {
     return asDouble(valueFor(dictionary, key));
 }
 
-std::optional<int> getInt(const Json& dictionary, std::string_view key) {
-    const Json* v = valueFor(dictionary, key);
-    return v ? exactInteger<int>(*v) : std::nullopt;
+std::optional<std::int64_t> getInt(const Json& dictionary, std::string_view key) {
+    return getInt64(dictionary, key);
 }
 
 std::optional<std::int64_t> getInt64(const Json& dictionary, std::string_view key) {
@@ -119,7 +118,8 @@ std::optional<std::int64_t> getInt64(const Json& dictionary, std::string_view ke
     return v ? exactInteger<std::int64_t>(*v) : std::nullopt;
 }
 
-int getIntOrDefault(const Json& dictionary, std::string_view key, int defaultValue) {
+std::int64_t getIntOrDefault(const Json& dictionary, std::string_view key,
+                             std::int64_t defaultValue) {
     return getInt(dictionary, key).value_or(defaultValue);
 }
 
@@ -162,7 +162,8 @@ std::optional<std::string> getCustomStringConvertible(const Json& dictionary,
     const Json* v = valueFor(dictionary, key);
     if (!v || v->is_null() || v->is_discarded()) return std::nullopt;
     if (v->is_string()) return v->get<std::string>();
-    return v->dump();
+    // dump() throws on invalid UTF-8 unless told to replace it.
+    return v->dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 Json getArray(const Json& dictionary, std::string_view key) {

@@ -5,7 +5,7 @@
 //   nlohmann::json a = {{"tags", {1}}, {"opts", {{"x", 1}}}};
 //   nlohmann::json b = {{"tags", {2}}, {"opts", {{"y", 2}}}};
 //   auto m = ov::dictionaryByMerging(a, b);   // {"tags":[1,2],"opts":{"x":1,"y":2}}
-//   std::optional<int> n = ov::getInt(m, "count");          // nullopt: absent
+//   std::optional<std::int64_t> n = ov::getInt(m, "count"); // nullopt: absent
 //   auto box = ov::DictionaryWrapper::wrap(42);             // {"value": 42}
 //   std::optional<int> back = ov::DictionaryWrapper::unwrap<int>(box);
 //
@@ -56,11 +56,14 @@ std::optional<std::string> getString(const Json& dictionary, std::string_view ke
 // The value as a number when it is a number or a Boolean (the platform boxes
 // Booleans as numbers: true is 1).
 std::optional<double> getNumber(const Json& dictionary, std::string_view key);
-// The value as an integer when it is a number that the type holds exactly
-// (3.0 gives 3, 3.5 gives nullopt, out-of-range gives nullopt) or a Boolean.
-std::optional<int> getInt(const Json& dictionary, std::string_view key);
+// The value as an integer when it is a number that a 64-bit integer holds
+// exactly (3.0 gives 3, 3.5 gives nullopt, beyond 64 bits gives nullopt) or a
+// Boolean. The platform's integer is word-sized, so `getInt` reads 64 bits
+// like `getInt64`: large ids and millisecond counts come through whole.
+std::optional<std::int64_t> getInt(const Json& dictionary, std::string_view key);
 std::optional<std::int64_t> getInt64(const Json& dictionary, std::string_view key);
-int getIntOrDefault(const Json& dictionary, std::string_view key, int defaultValue);
+std::int64_t getIntOrDefault(const Json& dictionary, std::string_view key,
+                             std::int64_t defaultValue);
 // The value as floating point when it is a number or a Boolean. `getFloat`
 // rounds to the nearest float and gives nullopt outside the float range.
 std::optional<float> getFloat(const Json& dictionary, std::string_view key);
@@ -78,6 +81,8 @@ std::optional<Date> getDate(const Json& dictionary, std::string_view key);
 // The value's text: strings as they are, integers in decimal, floating point
 // in the shortest form that reads back the same, Booleans "true"/"false",
 // arrays and dictionaries as compact JSON. Null or absent gives nullopt.
+// Strings are returned byte for byte; inside arrays and dictionaries, bytes
+// that are not valid UTF-8 are written as U+FFFD.
 std::optional<std::string> getCustomStringConvertible(const Json& dictionary, std::string_view key);
 // The value when it is an array, else an empty array.
 Json getArray(const Json& dictionary, std::string_view key);

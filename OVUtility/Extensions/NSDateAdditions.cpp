@@ -9,6 +9,7 @@
 #include <unicode/dtptngen.h>
 #include <unicode/locid.h>
 
+#include "OVLog/OVLog.h"
 #include "OVUtility/Extensions/CalendarSupport.h"
 
 namespace ov::nsdate {
@@ -28,6 +29,20 @@ YearMonthDay yearMonthDay(const icu::Calendar& calendar) {
 std::int64_t elapsed(Date from, Date to, UCalendarDateFields field) {
     auto calendar = detail::currentCalendar(from);
     return detail::fieldDifference(*calendar, from, to, field);
+}
+
+ovlog::Module& logModule() {
+    static ovlog::Module& module = ovlog::Module::named("OVUtility");
+    return module;
+}
+
+// Relative texts need both dates on the calendar; NaN, infinities and dates
+// millions of years away get no text (and a warning) instead of a wrong one.
+bool onCalendar(Date date, Date now, const char* function) {
+    if (date.isWithinCalendarRange() && now.isWithinCalendarRange()) return true;
+    OVLOG_WARNING(logModule(), "{}: date {} or now {} is outside the calendar; no text", function,
+                  date.timeIntervalSince1970(), now.timeIntervalSince1970());
+    return false;
 }
 
 std::string plural(std::int64_t value) {
@@ -129,6 +144,7 @@ Date oneMonthLater(Date date) {
 }
 
 std::optional<std::string> relativeDateStringUsingFullUnitLabel(Date date, bool full, Date now) {
+    if (!onCalendar(date, now, "relativeDateStringUsingFullUnitLabel")) return std::nullopt;
     if (date > now) return std::nullopt;
     struct Unit {
         UCalendarDateFields field;
@@ -158,6 +174,7 @@ std::optional<std::string> relativeDateStringUsingFullUnitLabel(Date date, bool 
 }
 
 std::optional<std::string> lastListenedRelativeDateString(Date date, Date now) {
+    if (!onCalendar(date, now, "lastListenedRelativeDateString")) return std::nullopt;
     if (date > now) return std::nullopt;
     if (elapsed(date, now, UCAL_MONTH) >= 2) {
         return "in " + monthYearDateFormatter().string(date);
@@ -171,6 +188,7 @@ std::optional<std::string> lastListenedRelativeDateString(Date date, Date now) {
 }
 
 std::optional<std::string> dateCreatedRelativeDateString(Date date, Date now) {
+    if (!onCalendar(date, now, "dateCreatedRelativeDateString")) return std::nullopt;
     if (date > now) return std::nullopt;
     if (elapsed(date, now, UCAL_MONTH) >= 2) {
         return "in " + monthYearDateFormatter().string(date);

@@ -11,8 +11,10 @@
 // "The current calendar" is the ICU calendar of the process's default locale
 // in ICU's default time zone; "Gregorian" ones use the default time zone too.
 // Functions that depend on the present take `now` (defaulting to the clock)
-// so that callers and tests can pin it. Shared formatters are made once, on
-// first use, and may be used from any thread.
+// so that callers and tests can pin it. Dates off the calendar (NaN,
+// infinities, ±1e300 s; see Date::isWithinCalendarRange) log a warning and
+// give no text: the relative texts give nullopt, timeStampFromDate "". Shared formatters are made
+// once, on first use, and may be used from any thread.
 #pragma once
 
 #include <cstdint>

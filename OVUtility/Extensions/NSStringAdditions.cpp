@@ -12,7 +12,6 @@
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 #include <unicode/locid.h>
-#include <unicode/regex.h>
 
 #include "OVLog/OVLog.h"
 #include "OVUtility/Extensions/ListenerCountFormat.h"
@@ -47,68 +46,67 @@ std::string digestHex(std::string_view text, const EVP_MD* algorithm) {
     return hex(digest, length);
 }
 
-// A compiled pattern, built once per process. RegexPattern is immutable and
-// may be shared; each thread keeps its own matcher (matchers carry state).
-struct CompiledPattern {
-    std::unique_ptr<icu::RegexPattern> pattern;
+bool isAsciiLower(char c) {
+    return c >= 'a' && c <= 'z';
+}
+bool isAsciiUpper(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+bool isAsciiDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
-    explicit CompiledPattern(const char* source) {
-        UErrorCode status = U_ZERO_ERROR;
-        UParseError parseError;
-        pattern.reset(icu::RegexPattern::compile(icu::UnicodeString::fromUTF8(source), 0,
-                                                 parseError, status));
-        if (U_FAILURE(status)) {
-            OVLOG_ERROR(logModule(), "regular expression {} did not compile: {}", source,
-                        u_errorName(status));
-            pattern.reset();
+// The first rewrite of unCamelCase, every match of
+//   ([a-z](?=[A-Z]+[a-z])|(?<=[a-z]?)[A-Z]+(?![a-z]))([A-Z][a-z])  ->  "$1 $2",
+// done in one pass. The look-behind is optional, so it always holds; the
+// first branch matches exactly "aBc" (lower, upper, lower); the second matches
+// a run of two or more capitals ending at a lower-case letter, and splits
+// before the run's last capital ("HTMLParser" -> "HTML Parser"). A run that
+// fails at its first capital fails at every later one, so the scan skips it
+// whole: each byte is looked at a bounded number of times. (A backtracking
+// regular-expression engine rescans the run from every capital, which is
+// quadratic in its length.) Every pattern character is ASCII, so the scan
+// works on UTF-8 bytes: no byte of a multi-byte sequence is an ASCII letter.
+std::string splitCapitalRuns(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 4);
+    const std::size_t n = text.size();
+    auto at = [&](std::size_t i) { return i < n ? text[i] : '\0'; };
+    std::size_t i = 0;
+    while (i < n) {
+        if (isAsciiLower(text[i]) && isAsciiUpper(at(i + 1)) && isAsciiLower(at(i + 2))) {
+            out.append({text[i], ' ', text[i + 1], text[i + 2]});
+            i += 3;
+        } else if (isAsciiUpper(text[i])) {
+            std::size_t end = i;
+            while (end < n && isAsciiUpper(text[end])) ++end;
+            if (end - i >= 2 && isAsciiLower(at(end))) {
+                out.append(text.substr(i, end - 1 - i)).append(" ").append(text.substr(end - 1, 2));
+                i = end + 1;
+            } else {
+                out.append(text.substr(i, end - i));
+                i = end;
+            }
+        } else {
+            out += text[i++];
         }
     }
-};
-
-const CompiledPattern& camelCaseWordPattern() {
-    // Needs look-behind, which ICU's engine supports when bounded.
-    static const CompiledPattern compiled(
-        "([a-z](?=[A-Z]+[a-z])|(?<=[a-z]?)[A-Z]+(?![a-z]))([A-Z][a-z])");
-    return compiled;
+    return out;
 }
 
-const CompiledPattern& lowerThenUpperOrDigitPattern() {
-    static const CompiledPattern compiled("([a-z])([A-Z]|[0-9])");
-    return compiled;
-}
-
-const CompiledPattern& htmlTagPattern() {
-    static const CompiledPattern compiled("<[^>]+>");
-    return compiled;
-}
-
-// One matcher per pattern per thread, reset onto each input.
-icu::RegexMatcher* matcherFor(const CompiledPattern& compiled, const icu::UnicodeString& input) {
-    if (!compiled.pattern) return nullptr;
-    thread_local std::vector<
-        std::pair<const icu::RegexPattern*, std::unique_ptr<icu::RegexMatcher>>>
-        matchers;
-    for (auto& [pattern, matcher] : matchers) {
-        if (pattern == compiled.pattern.get()) {
-            matcher->reset(input);
-            return matcher.get();
+// The second rewrite, "([a-z])([A-Z]|[0-9])" -> "$1 $2", in one pass.
+std::string splitLowerFromUpperOrDigit(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 4);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        out += text[i];
+        if (isAsciiLower(text[i]) && i + 1 < text.size() &&
+            (isAsciiUpper(text[i + 1]) || isAsciiDigit(text[i + 1]))) {
+            out.append({' ', text[i + 1]});
+            ++i;
         }
     }
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::RegexMatcher> matcher(compiled.pattern->matcher(input, status));
-    if (U_FAILURE(status)) return nullptr;
-    matchers.emplace_back(compiled.pattern.get(), std::move(matcher));
-    return matchers.back().second.get();
-}
-
-icu::UnicodeString replaceAll(const CompiledPattern& compiled, const icu::UnicodeString& input,
-                              const icu::UnicodeString& replacement) {
-    icu::RegexMatcher* matcher = matcherFor(compiled, input);
-    if (matcher == nullptr) return input;
-    UErrorCode status = U_ZERO_ERROR;
-    icu::UnicodeString result = matcher->replaceAll(replacement, status);
-    matcher->reset(icu::UnicodeString());  // drop the reference to `input`
-    return U_FAILURE(status) ? input : result;
+    return out;
 }
 
 struct InfoDictionaryState {
@@ -139,7 +137,9 @@ bool isInteger(std::string_view text) {
 }
 
 bool beginsWithLetter(std::string_view text) {
-    return !text.empty() && detail::isLetter(detail::firstCodePoint(text));
+    // Outside the BMP the first UTF-16 unit is a high surrogate, never a letter.
+    const UChar32 first = detail::firstCodePoint(text);
+    return first != U_SENTINEL && first <= 0xFFFF && detail::isLetter(first);
 }
 
 std::string abbreviateListenerCountNumber(std::int64_t count) {
@@ -235,11 +235,9 @@ std::string hmacWithKey(std::string_view text, std::string_view key) {
 }
 
 std::string unCamelCase(std::string_view text) {
-    static const icu::UnicodeString kReplacement = icu::UnicodeString::fromUTF8("$1 $2");
-    icu::UnicodeString result = detail::toUnicode(text);
-    result = replaceAll(camelCaseWordPattern(), result, kReplacement);
-    result = replaceAll(lowerThenUpperOrDigitPattern(), result, kReplacement);
-    std::string out = detail::toUtf8(result);
+    std::string storage;
+    std::string out =
+        splitLowerFromUpperOrDigit(splitCapitalRuns(detail::repairedUtf8(text, storage)));
     const std::size_t first = detail::firstGraphemeLength(out);
     if (first == 0) return out;
     icu::UnicodeString head = detail::toUnicode(std::string_view(out).substr(0, first));
@@ -248,25 +246,32 @@ std::string unCamelCase(std::string_view text) {
 }
 
 std::string stringByStrippingHTML(std::string_view text) {
-    icu::UnicodeString result = detail::toUnicode(text);
-    // Delete the first match, then look again. A match can never begin before
-    // the point of the last deletion (the text before it held no match and
-    // any "<…" run there already ended at a ">"), so each search resumes
-    // there, which keeps the whole loop linear.
-    int32_t from = 0;
-    icu::RegexMatcher* matcher = matcherFor(htmlTagPattern(), result);
-    if (matcher == nullptr) return detail::toUtf8(result);
-    UErrorCode status = U_ZERO_ERROR;
-    while (matcher->find(from, status) && U_SUCCESS(status)) {
-        const int32_t start = matcher->start(status);
-        const int32_t end = matcher->end(status);
-        if (U_FAILURE(status)) break;
-        result.remove(start, end - start);
-        matcher->reset(result);
-        from = start;
+    // Deleting the first match of "<[^>]+>" again and again, in one pass. A
+    // match starts at a "<" not directly followed by ">" and ends at the next
+    // ">". Once a "<" is followed by ">" it can never start a match (later
+    // deletions happen after it), and after a deletion no match can start
+    // before the deleted span (any earlier "<" is followed by ">"), so the
+    // scan moves only forward. With no ">" left, nothing more matches.
+    std::string storage;
+    const std::string_view valid = detail::repairedUtf8(text, storage);
+    std::string out;
+    out.reserve(valid.size());
+    std::size_t i = 0;
+    while (i < valid.size()) {
+        const std::size_t open = valid.find('<', i);
+        if (open == std::string_view::npos || open + 1 >= valid.size()) break;
+        if (valid[open + 1] == '>') {
+            out.append(valid.substr(i, open + 2 - i));
+            i = open + 2;
+            continue;
+        }
+        const std::size_t close = valid.find('>', open + 2);
+        if (close == std::string_view::npos) break;
+        out.append(valid.substr(i, open - i));
+        i = close + 1;
     }
-    matcher->reset(icu::UnicodeString());
-    return detail::toUtf8(result);
+    out.append(valid.substr(std::min(i, valid.size())));
+    return out;
 }
 
 std::string pluralizedWithCount(std::string_view text, std::int64_t count) {

@@ -36,7 +36,8 @@ namespace ov::nsstring {
 // false.
 bool isInteger(std::string_view text);
 
-// Non-empty and the first code point is a letter (general category L or M).
+// Non-empty and the first UTF-16 unit is a letter (general category L or M):
+// a text starting outside the BMP ("𝐀bc") starts with a surrogate, so false.
 bool beginsWithLetter(std::string_view text);
 
 // "%@%@ listeners": the count abbreviated with a decimal formatter of the

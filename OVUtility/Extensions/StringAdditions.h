@@ -5,7 +5,8 @@
 //     "… monthly listeners"; ov::nsstring's takes a count and says
 //     "… listeners". listenerCountAbbreviation (here) says "… listeners" and
 //     refuses 0.
-//   - beginsWithLetter: same rule in both (first code point is a letter).
+//   - beginsWithLetter: here the first code point must be a letter; ov::nsstring's
+//     tests the first UTF-16 unit, so a letter outside the BMP passes only here.
 //
 //   ov::strings::trackTime(3725.0);                        // "1:02:05"
 //   ov::strings::canonicalName("The Beatles");             // "beatles"
@@ -34,7 +35,9 @@ namespace ov::strings {
 // Seconds to a clock text: "m:ss" below an hour, else "h:mm:ss", each part
 // truncated towards zero (59.9 gives "0:59", 3725 "1:02:05", -5 "0:-5":
 // negative parts are not clamped). Absent or NaN gives "0:00". A value too
-// large for 64-bit hours (or infinite) logs a warning and gives "0:00".
+// large for 64-bit hours (or infinite) logs a warning and gives "0:00": a
+// deliberate departure from the platform's conversion, which ends the process
+// there; a player showing a broken duration should not crash.
 std::string trackTime(std::optional<double> seconds);
 
 // Lower-cased, then one leading article removed: "the ", else "an ", else "a ".

@@ -40,7 +40,17 @@ ProductFeatureFile ProductFeatureFile::parse(std::string_view bytes) {
     try {
         parsed = nlohmann::json::parse(bytes.begin(), bytes.end());
     } catch (const nlohmann::json::exception& e) {
-        file.fileError = std::string("not valid JSON: ") + e.what();
+        // The parser's message quotes the bytes it last read, which may be
+        // anything; bytes outside printable ASCII are written as \xNN.
+        file.fileError = "not valid JSON: ";
+        for (const unsigned char c : std::string_view(e.what())) {
+            if (c >= 0x20 && c < 0x7F) {
+                *file.fileError += static_cast<char>(c);
+            } else {
+                static constexpr char kHex[] = "0123456789ABCDEF";
+                *file.fileError += {'\\', 'x', kHex[c >> 4], kHex[c & 0xF]};
+            }
+        }
         return file;
     }
     if (!parsed.is_array()) {
@@ -62,6 +72,12 @@ ProductFeatureFile ProductFeatureFile::parse(std::string_view bytes) {
 }
 
 ProductFeatureFile ProductFeatureFile::load(const std::filesystem::path& path) {
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec)) {
+        ProductFeatureFile file;
+        file.fileError = "is a directory, not a file";
+        return file;
+    }
     std::ifstream in(path, std::ios::binary);
     std::ostringstream buffer;
     if (in.is_open()) buffer << in.rdbuf();

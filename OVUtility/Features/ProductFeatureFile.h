@@ -9,6 +9,7 @@
 // A file is usable when it is valid JSON (UTF-8) whose top level is an array
 // of objects; otherwise `fileError` says why ("not valid JSON: ...", "the top
 // level is not an array", "entry 3 is not an object") and `entries` is empty.
+// Messages are printable ASCII: bytes they quote from the file appear as \xNN.
 // In a usable file, entries that the loader skips (empty, no "id", "id" not a
 // string) and fields that it ignores ("description" not a string, "enabled"
 // not a Boolean) are listed in `entryProblems` with their 0-based index.
@@ -38,7 +39,8 @@ struct ProductFeatureFile {
     std::vector<ProductFeatureEntryProblem> entryProblems;
 
     static ProductFeatureFile parse(std::string_view bytes);
-    // Reads a file whole; an unreadable file gives `fileError` "cannot be read".
+    // Reads a file whole; an unreadable file gives `fileError` "cannot be
+    // read", a directory "is a directory, not a file".
     static ProductFeatureFile load(const std::filesystem::path& path);
 
     // The problems of one entry (empty for a good entry).

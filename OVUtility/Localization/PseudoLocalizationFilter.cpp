@@ -70,11 +70,6 @@ const std::vector<std::string_view>& lookAlikes() {
     return letters;
 }
 
-size_t graphemeCount(std::string_view text) {
-    std::string storage;  // ill-formed input is counted as repaired (one U+FFFD per bad sequence)
-    return detail::graphemeBoundaries(detail::repairedUtf8(text, storage)).size() - 1;
-}
-
 std::mutex& sharedMutex() {
     static std::mutex mutex;
     return mutex;
@@ -105,9 +100,13 @@ void PseudoLocalizationFilter::setShared(PseudoLocalizationFilter filter) {
 
 std::string PseudoLocalizationFilter::apply(std::string_view text) const {
     if (!percent_) return std::string(text);
+    // Ill-formed UTF-8 is written (and counted) as repaired: one U+FFFD per
+    // bad sequence, so the output is always valid UTF-8.
+    std::string storage;
+    const std::string_view valid = detail::repairedUtf8(text, storage);
     std::string out = "[#";
-    out.append(text);
-    const size_t characters = graphemeCount(text);
+    out.append(valid);
+    const size_t characters = detail::graphemeBoundaries(valid).size() - 1;
     if (*percent_ > 0) {
         thread_local SecureRandom random;
         const auto& letters = lookAlikes();

@@ -10,6 +10,9 @@
 // appends one look-alike capital from "ȦƁƇḒḖƑƓĦĪĴĶĿḾȠǾƤɊŘŞŦŬṼẆẊẎẐ". So 0 % only
 // wraps the text, 100 % about doubles it, and the growth sits at the end,
 // where truncation shows first. Format placeholders survive untouched.
+// Text that is not valid UTF-8 comes out repaired (U+FFFD for each bad
+// sequence), so the result is always valid UTF-8; when off, text passes
+// through unchanged.
 //
 // The process-wide filter is read once, on first use, from the standard user
 // defaults: on only when the key holds an integer (a string "30" leaves it

@@ -26,6 +26,12 @@ class Date {
     static constexpr Date distantFuture() { return Date(64092211200.0); }
 
     constexpr double timeIntervalSince1970() const { return seconds_; }
+    // False for NaN, infinities and dates further than about 5.7 million
+    // years from 1970, which calendars and formatters cannot represent; the
+    // date additions give such dates a documented "no answer" instead.
+    constexpr bool isWithinCalendarRange() const {
+        return seconds_ >= -kCalendarLimit && seconds_ <= kCalendarLimit;
+    }
     constexpr double timeIntervalSince(Date other) const { return seconds_ - other.seconds_; }
     double timeIntervalSinceNow() const { return seconds_ - now().seconds_; }
     constexpr Date addingTimeInterval(double seconds) const { return Date(seconds_ + seconds); }
@@ -34,6 +40,7 @@ class Date {
     friend constexpr auto operator<=>(Date a, Date b) { return a.seconds_ <=> b.seconds_; }
 
   private:
+    static constexpr double kCalendarLimit = 1.8e14;  // seconds; ICU's calendar reaches ±1.83e14
     double seconds_ = 0;
 };
 

@@ -114,6 +114,11 @@ std::string DateFormatter::string(Date date) const {
     std::lock_guard lock(mutex_);
     State& state = refreshedLocked();
     if (!state.format) return "";
+    if (!date.isWithinCalendarRange()) {
+        OVLOG_WARNING(logModule(), "date {} s since 1970 is outside the calendar; no text",
+                      date.timeIntervalSince1970());
+        return "";
+    }
     icu::UnicodeString text;
     state.format->format(date.timeIntervalSince1970() * 1000.0, text);
     return utf8(text);

@@ -40,7 +40,8 @@ class DateFormatter {
         Style date, Style time, std::optional<std::string> timeZone = std::nullopt,
         std::optional<std::string> locale = std::nullopt);
 
-    // The text of `date`; "" if ICU cannot format it.
+    // The text of `date`; "" if ICU cannot format it, and "" with a warning
+    // for a date outside the calendar's range (NaN, infinite, ±1e300 s).
     std::string string(Date date) const;
 
     // The date written by `text`, which must be consumed completely and be a

@@ -102,7 +102,7 @@ void NotificationCenter::removeObserver(const void* observer, const Notification
     if (observer == nullptr) return;
     const void* sender = object.address();
     removeWhere([&](const Registration& r) {
-        return r.observer == observer && r.name == name &&
+        return r.observer == observer && (name.empty() || r.name == name) &&
                (sender == nullptr || r.senderAddress == sender);
     });
 }

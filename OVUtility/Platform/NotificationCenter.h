@@ -116,7 +116,9 @@ class NotificationCenter : public std::enable_shared_from_this<NotificationCente
         removeObserver(static_cast<const void*>(observer.get()));
     }
     // Removes the registrations of `observer` for one name (and, when given,
-    // one sender).
+    // one sender); its registrations for other names stay. An empty name means
+    // every name, as in registration: `removeObserver(observer, "", sender)`
+    // removes the observer for that sender whatever the names.
     void removeObserver(const void* observer, const NotificationName& name,
                         AnyObject object = nullptr);
 

@@ -43,7 +43,7 @@ TEST(DoublyLinkedList, IterationDescriptionAndEnds) {
     EXPECT_EQ(one.peekAtTail(), "first");
 }
 
-TEST(DoublyLinkedList, IteratorKeepsRemovedNodesReadable) {
+TEST(DoublyLinkedList, IteratorsKeepRemovedNodesReadable) {
     ov::DoublyLinkedList<int> list{1, 2, 3, 4};
     auto it = list.makeIterator();
     it.next();  // now at node 2
@@ -57,6 +57,20 @@ TEST(DoublyLinkedList, IteratorKeepsRemovedNodesReadable) {
     EXPECT_EQ(it.next(), 5);
     EXPECT_EQ(it.next(), std::nullopt);
     EXPECT_EQ(std::vector<int>(list.begin(), list.end()), (std::vector<int>{3, 4, 5}));
+
+    // The range iterator owns its node as well: the list may change in the loop.
+    std::vector<int> seen;
+    for (int v : list) {
+        seen.push_back(v);
+        list.removeFromHead();
+    }
+    EXPECT_EQ(seen, (std::vector<int>{3, 4, 5}));
+    // Emptied from the head while an iterator holds the last node: no stale tail.
+    list.addToTail(6);
+    auto held = list.makeIterator();
+    EXPECT_EQ(list.removeFromHead(), 6);
+    EXPECT_EQ(list.peekAtTail(), std::nullopt);
+    EXPECT_EQ(held.next(), 6);
 }
 
 TEST(DoublyLinkedList, MillionNodeListsAreFreedWithoutRecursion) {
@@ -91,6 +105,9 @@ TEST(Deque, ForwardsAndDescribes) {
     EXPECT_EQ(deque.popLast(), 1);
     EXPECT_EQ(deque.popLast(), 0);
     EXPECT_TRUE(deque.isEmpty());
+    for (int v : {1, 2, 3}) deque.addLast(v);
+    for (int v : deque) deque.popLast(), deque.addFirst(v);  // changed inside the loop
+    EXPECT_EQ(deque.description(), "Deque:\n    DoublyLinkedList: [\n      2\n      1\n      1\n]");
 }
 
 // Random end operations on a list and a deque, checked against std::deque

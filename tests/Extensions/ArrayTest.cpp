@@ -46,6 +46,7 @@ TEST(ArrayAdditions, DivideAndSafeSubset) {
     EXPECT_EQ(ov::divide(V{1, 2, 3}, 0), (Chunks{{1, 2, 3}}));
     EXPECT_EQ(ov::divide(V{1, 2, 3}, -1), (Chunks{{1, 2, 3}}));
     EXPECT_TRUE(ov::divide(V{}, 2).empty());
+    EXPECT_EQ(ov::divide(V{}, 0), Chunks(1));  // one (empty) subset holding the whole array
 
     const V v{0, 1, 2, 3, 4};
     EXPECT_EQ(ov::safeSubset(v, 1, 2), (V{1, 2}));

@@ -4,11 +4,13 @@
 #include <ctime>
 #include <limits>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "Extensions/LocaleGuard.h"
+#include "OVLog/CaptureSink.h"
 #include "OVUtility/Extensions/NSDateAdditions.h"
 #include "OVUtility/Extensions/TimeFormatHelper.h"
 
@@ -335,6 +337,29 @@ TEST_F(DateAdditions, ComparisonsArithmeticAndMonths) {
     EXPECT_EQ(nsd::oneMonthLater(est(2020, 1, 31, 10, 0)), est(2020, 2, 29, 10, 0));
     EXPECT_EQ(nsd::oneMonthLater(est(2021, 12, 15, 10, 0)), est(2022, 1, 15, 10, 0));
     EXPECT_EQ(nsd::oneMonthLater(est(2021, 3, 1, 12, 0)), edt(2021, 4, 1, 12, 0));
+}
+
+TEST_F(DateAdditions, DatesOffTheCalendarGetNoTextAndAWarning) {
+    auto capture = ovlog::CaptureSink::attach();
+    const Date sane(1e9);
+    const double inf = std::numeric_limits<double>::infinity();
+    for (double bad : {std::nan(""), inf, -inf, 1e300, -1e300, 2e14}) {
+        for (auto [date, now] : {std::pair{Date(bad), sane}, std::pair{sane, Date(bad)}}) {
+            EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(date, true, now), std::nullopt);
+            EXPECT_EQ(nsd::lastListenedRelativeDateString(date, now), std::nullopt);
+            EXPECT_EQ(nsd::dateCreatedRelativeDateString(date, now), std::nullopt);
+        }
+        EXPECT_EQ(nsd::timeStampFromDate(Date(bad)), "") << bad;
+    }
+    std::size_t warnings = 0;
+    for (const auto& m : capture->messages()) warnings += m.find("outside the calendar") != m.npos;
+    EXPECT_EQ(warnings, 6u * 7u);
+    // Huge day counts end at once, as elapsed days.
+    const auto most = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(dates::addDays(sane, most), sane.addingTimeInterval(most * 86400.0));
+    EXPECT_EQ(dates::addDays(sane, -3'000'000'000), sane.addingTimeInterval(-3e9 * 86400.0));
+    EXPECT_GT(dates::addDays(sane, 2'000'000'000), utc(5000000, 1, 1));  // one calendar step
+    EXPECT_TRUE(std::isnan(dates::addDays(Date(std::nan("")), 1).timeIntervalSince1970()));
 }
 
 TEST(DurationTexts, MinutesAreNeverSplitIntoHours) {

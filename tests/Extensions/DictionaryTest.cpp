@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -58,33 +59,27 @@ TEST(DictionaryMerge, ShallowAddingReplacesNestedDictionaries) {
     EXPECT_EQ(ov::dictionaryWithDictionaries({}), Json::object());
 }
 
-TEST(DictionaryTypedReads, IntegersMustBeExact) {
-    Json d = {{"i", 42},
-              {"f", 3.0},
-              {"half", 3.5},
-              {"s", "3"},
-              {"t", true},
-              {"big", 1LL << 40},
-              {"neg", -7},
-              {"u64", UINT64_MAX},
-              {"huge", 1e30},
-              {"i32max", 2147483647},
-              {"i32over", 2147483648LL}};
-    EXPECT_EQ(ov::getInt(d, "i"), 42);
-    EXPECT_EQ(ov::getInt(d, "f"), 3);
-    EXPECT_EQ(ov::getInt(d, "half"), std::nullopt);
-    EXPECT_EQ(ov::getInt(d, "s"), std::nullopt);  // strings are not converted
-    EXPECT_EQ(ov::getInt(d, "t"), 1);
-    EXPECT_EQ(ov::getInt(d, "big"), std::nullopt);
-    EXPECT_EQ(ov::getInt(d, "i32max"), 2147483647);
-    EXPECT_EQ(ov::getInt(d, "i32over"), std::nullopt);
-    EXPECT_EQ(ov::getInt(d, "missing"), std::nullopt);
-    EXPECT_EQ(ov::getInt64(d, "big"), 1LL << 40);
-    EXPECT_EQ(ov::getInt64(d, "neg"), -7);
-    EXPECT_EQ(ov::getInt64(d, "u64"), std::nullopt);
-    EXPECT_EQ(ov::getInt64(d, "huge"), std::nullopt);
-    EXPECT_EQ(ov::getIntOrDefault(d, "half", -1), -1);
-    EXPECT_EQ(ov::getIntOrDefault(d, "i", -1), 42);
+TEST(DictionaryTypedReads, IntegersAre64BitAndExact) {
+    Json d = {{"i", 42},      {"f", 3.0},          {"half", 3.5},    {"s", "3"},
+              {"t", true},    {"big", 3000000000}, {"neg", -7},      {"u64", UINT64_MAX},
+              {"huge", 1e30}, {"min", INT64_MIN},  {"two63", 0x1p63}};
+    const std::pair<const char*, std::optional<std::int64_t>> rows[] = {{"i", 42},
+                                                                        {"f", 3},
+                                                                        {"half", std::nullopt},
+                                                                        {"s", std::nullopt},
+                                                                        {"t", 1},
+                                                                        {"big", 3000000000},
+                                                                        {"neg", -7},
+                                                                        {"u64", std::nullopt},
+                                                                        {"huge", std::nullopt},
+                                                                        {"min", INT64_MIN},
+                                                                        {"two63", std::nullopt},
+                                                                        {"missing", std::nullopt}};
+    for (const auto& [key, expected] : rows) {
+        EXPECT_EQ(ov::getInt(d, key), expected) << key;
+        EXPECT_EQ(ov::getInt64(d, key), expected) << key;
+        EXPECT_EQ(ov::getIntOrDefault(d, key, -1), expected.value_or(-1)) << key;
+    }
     // Not a dictionary: nothing to read.
     EXPECT_EQ(ov::getInt(Json::array({1}), "0"), std::nullopt);
 }
@@ -137,6 +132,8 @@ TEST(DictionaryTypedReads, TextArraysAndNestedDictionaries) {
     EXPECT_EQ(ov::getCustomStringConvertible(d, "b"), "true");
     EXPECT_EQ(ov::getCustomStringConvertible(d, "arr"), R"([1,"x"])");
     EXPECT_EQ(ov::getCustomStringConvertible(d, "null"), std::nullopt);
+    // Invalid UTF-8 inside a container is replaced, never thrown over.
+    EXPECT_EQ(ov::getCustomStringConvertible(Json{{"k", {"a\xFF"}}}, "k"), "[\"a\uFFFD\"]");
     EXPECT_EQ(ov::getArray(d, "arr"), (Json{1, "x"}));
     EXPECT_EQ(ov::getArray(d, "obj"), Json::array());
     EXPECT_EQ(ov::getArray(d, "missing"), Json::array());

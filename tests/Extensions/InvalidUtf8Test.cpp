@@ -10,6 +10,7 @@
 #include "Extensions/LocaleGuard.h"
 #include "OVUtility/Extensions/NSStringAdditions.h"
 #include "OVUtility/Extensions/StringAdditions.h"
+#include "OVUtility/Localization/PseudoLocalizationFilter.h"
 
 namespace ns = ov::nsstring;
 namespace str = ov::strings;
@@ -65,6 +66,8 @@ TEST(InvalidUtf8, TextResultsAreWellFormedForEveryTextFunction) {
             {"jsonEscaped", [](auto& s) { return str::jsonEscaped(s); }},
             {"decodeHtmlString", [](auto& s) { return str::decodeHtmlString(s + "&lt;"); }},
             {"trackTime", [](auto&) { return str::trackTime(1.0); }},
+            {"pseudoLocalization",
+             [](auto& s) { return ov::PseudoLocalizationFilter(100).apply(s); }},
         };
     for (const auto& input : kIllFormed) {
         for (const auto& [name, function] : functions) {

@@ -1,5 +1,6 @@
 #include "OVUtility/Extensions/NSStringAdditions.h"
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -139,6 +140,7 @@ TEST(NSStringAdditions, SearchesAndWhitespaceTests) {
     EXPECT_FALSE(ns::beginsWithLetter("1abc"));
     EXPECT_FALSE(ns::beginsWithLetter(""));
     EXPECT_FALSE(ns::beginsWithLetter(" a"));
+    EXPECT_FALSE(ns::beginsWithLetter("\U0001D400bc"));  // first UTF-16 unit is a surrogate
 }
 
 TEST(NSStringAdditions, SuffixPluralQuotesAndCustomString) {
@@ -244,6 +246,18 @@ TEST(NSStringAdditions, StrippingHtmlMatchesRepeatedFirstMatchDeletion) {
             ASSERT_EQ(ns::stringByStrippingHTML(text), stripNaively(text)) << text;
         }
     }
+}
+
+TEST(NSStringAdditions, LongRunsOfCapitalsAndBracketsTakeLinearTime) {
+    // A backtracking engine rescans such runs from every position: seconds
+    // at 16 KB, minutes at 64 KB. Linear work takes milliseconds.
+    const std::string caps(64000, 'A'), opens(64000, '<');
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ns::unCamelCase(caps), caps);
+    EXPECT_EQ(ns::unCamelCase("x" + caps + "b"), "X " + caps.substr(1) + " Ab");
+    EXPECT_EQ(ns::stringByStrippingHTML(opens), opens);
+    EXPECT_EQ(ns::stringByStrippingHTML(opens + ">"), "");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST(NSStringAdditions, SupportedSchemesComeFromTheInfoDictionary) {

@@ -150,6 +150,7 @@ TEST(StringAdditions, ApostrophesLettersAndCamelCase) {
               "Don't 'stop' \u201Cno\u201D");
     EXPECT_TRUE(str::beginsWithLetter("abc"));
     EXPECT_FALSE(str::beginsWithLetter("1abc"));
+    EXPECT_TRUE(str::beginsWithLetter("\U0001D400bc"));  // a letter outside the BMP
     EXPECT_EQ(str::getFirstCharacterIfIsLetter("e\u0301t\u00E9"), "e\u0301");
     EXPECT_EQ(str::getFirstCharacterIfIsLetter("Zed"), "Z");
     EXPECT_EQ(str::getFirstCharacterIfIsLetter("#1"), std::nullopt);

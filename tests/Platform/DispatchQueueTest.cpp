@@ -11,6 +11,7 @@
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/WorkerPool.h"
 #include "support/Eventually.h"
+#include "support/Gate.h"
 #include "support/MainQueuePump.h"
 
 using ov::DispatchQueue;
@@ -92,6 +93,35 @@ TEST(DispatchQueue, BarrierNeverOverlapsOtherBlocksAndKeepsItsPlace) {
     waitAll(queue);
     EXPECT_FALSE(violated);
     EXPECT_EQ(writes.load(), 50);
+}
+
+TEST(DispatchQueue, BarrierWaitsForEveryEarlierBlockStillRunning) {
+    auto queue =
+        DispatchQueue::make("test.concurrent.barrier.long", DispatchQueue::Attributes::concurrent);
+    ovtest::Gate startedA, startedB, releaseA, releaseB, barrierRan;
+    std::atomic<bool> aDone{false}, barrierSawADone{false};
+    queue->async([&] {
+        startedA.open();
+        releaseA.wait();
+        aDone = true;
+    });
+    queue->async([&] {
+        startedB.open();
+        releaseB.wait();
+    });
+    ASSERT_TRUE(startedA.wait());
+    ASSERT_TRUE(startedB.wait());
+    queue->asyncBarrier([&] {
+        barrierSawADone = aDone.load();
+        barrierRan.open();
+    });
+    // B ends first: neither its worker nor an idle one may start the barrier
+    // while A still runs (one that did would run it now).
+    releaseB.open();
+    EXPECT_FALSE(barrierRan.wait(0.2));
+    releaseA.open();
+    ASSERT_TRUE(barrierRan.wait());
+    EXPECT_TRUE(barrierSawADone);
 }
 
 TEST(DispatchQueue, SyncRunsOnCallingThreadReturnsValueAndRethrows) {

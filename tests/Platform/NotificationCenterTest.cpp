@@ -165,14 +165,24 @@ TEST(NotificationCenterTest, SelectorObserversAreHeldWeaklyAndRemovedByObject) {
     EXPECT_EQ(listener->count, 2);
     EXPECT_EQ(other->count, 1);
 
-    center->removeObserver(listener.get(), "pong");
+    center->removeObserver(listener.get(), "pong");  // "ping" stays registered
     center->post("pong");
-    EXPECT_EQ(listener->count, 2);
+    center->post("ping");
+    EXPECT_EQ(listener->count, 3);
+    EXPECT_EQ(other->count, 2);
 
     center->removeObserver(listener);
     center->post("ping");
-    EXPECT_EQ(listener->count, 2);
-    EXPECT_EQ(other->count, 2);
+    EXPECT_EQ(listener->count, 3);
+    EXPECT_EQ(other->count, 3);
+
+    // An empty name removes the observer for every name, as it registers for all.
+    center->addObserver(listener, &Listener::didPing, "a");
+    center->addObserver(listener, &Listener::didPing, "b");
+    center->removeObserver(listener.get(), "");
+    center->post("a");
+    center->post("b");
+    EXPECT_EQ(listener->count, 3);
 
     // A destroyed observer is skipped and then forgotten.
     other.reset();

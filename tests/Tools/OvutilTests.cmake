@@ -39,6 +39,11 @@ ov_ovutil_test(FeaturesCheckReportsEachBadEntry RC 1
   ARGS features --check --file ${OV_DATA}/malformed/wrong-types.json
   EXPECT "entry 2: no \"id\"" "entry 3: \"id\" is not a string"
          "entry 4: \"enabled\" is not a Boolean \\(ignored\\)")
+ov_ovutil_test(FeaturesCheckOfADirectorySaysSo RC 1 ARGS features --check --file ${OV_DATA}
+  EXPECT "skipped: is a directory, not a file")
+ov_ovutil_test(FeaturesCheckEscapesInvalidUtf8 RC 1
+  ARGS features --check --file ${OV_DATA}/malformed/invalid-utf8.json
+  EXPECT "not valid JSON: .*IOS-\\\\xFF")
 ov_ovutil_test(FeaturesRejectsAnUnknownSet RC 2 ARGS features --set nightly
   EXPECT "unknown set 'nightly'")
 
@@ -51,12 +56,17 @@ ov_ovutil_test(StringsLintReportsTheBrokenLine RC 1
 ov_ovutil_test(StringsLintReportsMissingAndUnknownKeys RC 1
   ARGS strings lint ${OV_DATA}/SampleBundle/en.lproj/Localizable.strings
   EXPECT "missing: \"BadgeNew\"" "unknown key \"Greeting\"")
+ov_ovutil_test(StringsLintEscapesControlCharacters RC 1
+  ARGS strings lint ${OV_DATA}/malformed/control-character-key.strings
+  EXPECT "unknown key \"Bell\\\\x1B\\[31m\"")
 ov_ovutil_test(StringsShowAppliesThePseudoFilter RC 0 ARGS strings show BadgeNew --pseudo 100
   EXPECT "BadgeNew = \\[#New[^#]+#\\]")
 ov_ovutil_test(StringsShowFlagsAnUnknownKey RC 1 ARGS strings show NoSuchKey
   EXPECT "not in the catalogue")
-ov_ovutil_test(StringsShowNeedsANumericPercentage RC 2 ARGS strings show BadgeNew --pseudo lots
-  EXPECT "needs an integer percentage")
+foreach(bad lots 101 -1 "")
+  ov_ovutil_test(StringsShowNeedsAPercentage${bad} RC 2 ARGS strings show BadgeNew --pseudo ${bad}
+    EXPECT "needs an integer percentage from 0 to 100")
+endforeach()
 
 ov_ovutil_test(DemoRunsEverySection RC 0 ARGS demo
   EXPECT "== Dispatch queues, barriers and timers" "== Task scheduler"

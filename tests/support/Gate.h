@@ -19,11 +19,14 @@ namespace ovtest {
 class Gate {
   public:
     void open() {
+        // The opener keeps the state alive too: a worker opening the gate may
+        // still be notifying when the waiting test ends and the Gate goes away.
+        auto state = state_;
         {
-            std::lock_guard lock(state_->mutex);
-            state_->open = true;
+            std::lock_guard lock(state->mutex);
+            state->open = true;
         }
-        state_->cv.notify_all();
+        state->cv.notify_all();
     }
     bool wait(double seconds = 20.0) {
         // The waiter keeps the state alive: the test may end (and the Gate

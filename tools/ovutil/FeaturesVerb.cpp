@@ -49,14 +49,17 @@ int usage() {
 int checkFile(const std::string& label, const std::filesystem::path& path) {
     auto file = ov::ProductFeatureFile::load(path);
     if (file.fileError) {
-        std::printf("%s: skipped: %s\n", label.c_str(), file.fileError->c_str());
+        std::printf("%s: skipped: %s\n", printable(label).c_str(),
+                    printable(*file.fileError).c_str());
         return 1;
     }
     for (const auto& problem : file.entryProblems) {
-        std::printf("%s: entry %zu: %s\n", label.c_str(), problem.index, problem.reason.c_str());
+        std::printf("%s: entry %zu: %s\n", printable(label).c_str(), problem.index,
+                    printable(problem.reason).c_str());
     }
     if (file.entryProblems.empty()) {
-        std::printf("%s: %zu entries, no problems\n", label.c_str(), file.entries->size());
+        std::printf("%s: %zu entries, no problems\n", printable(label).c_str(),
+                    file.entries->size());
     }
     return static_cast<int>(file.entryProblems.size());
 }
@@ -93,7 +96,7 @@ int runFeatures(const std::vector<std::string>& args) {
             } else if (v == "develop") {
                 set = ProductFeatureSet::develop;
             } else {
-                std::fprintf(stderr, "ovutil features: unknown set '%s'\n", v.c_str());
+                std::fprintf(stderr, "ovutil features: unknown set '%s'\n", printable(v).c_str());
                 return usage();
             }
         } else if (a == "--check") {
@@ -110,7 +113,8 @@ int runFeatures(const std::vector<std::string>& args) {
 
     std::error_code ec;
     if (!std::filesystem::is_directory(bundleDir, ec)) {
-        std::fprintf(stderr, "ovutil features: %s is not a directory\n", bundleDir.c_str());
+        std::fprintf(stderr, "ovutil features: %s is not a directory\n",
+                     printable(bundleDir.string()).c_str());
         return 1;
     }
     auto bundle = ov::Bundle::make(bundleDir);

@@ -9,6 +9,7 @@
 // and the catalogue does not know, keys whose placeholders (%@ text, %d
 // integer, in order) differ from the catalogue key's, and keys defined twice;
 // it exits non-zero when it found anything, or when the table does not parse.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -42,7 +43,7 @@ std::string joinPlaceholders(const std::vector<std::string>& placeholders) {
 int lint(const std::string& path) {
     auto result = ov::StringsTable::load(path);
     if (!result.table) {
-        std::printf("%s\n", result.error->description().c_str());
+        std::printf("%s\n", printable(result.error->description()).c_str());
         return 1;
     }
     const auto& table = *result.table;
@@ -68,17 +69,19 @@ int lint(const std::string& path) {
     std::map<std::string, int> firstLine;
     for (const auto& entry : table.entries()) {
         if (!known.count(entry.key)) {
-            std::printf("%s:%d: unknown key \"%s\"\n", path.c_str(), entry.line, entry.key.c_str());
+            std::printf("%s:%d: unknown key \"%s\"\n", printable(path).c_str(), entry.line,
+                        printable(entry.key).c_str());
             ++problems;
         }
         auto [it, inserted] = firstLine.emplace(entry.key, entry.line);
         if (!inserted) {
             std::printf("%s:%d: \"%s\" defined again (first on line %d); the last one wins\n",
-                        path.c_str(), entry.line, entry.key.c_str(), it->second);
+                        printable(path).c_str(), entry.line, printable(entry.key).c_str(),
+                        it->second);
             ++problems;
         }
     }
-    std::printf("%s: %zu keys, %d problem%s\n", path.c_str(), table.size(), problems,
+    std::printf("%s: %zu keys, %d problem%s\n", printable(path).c_str(), table.size(), problems,
                 problems == 1 ? "" : "s");
     return problems == 0 ? 0 : 1;
 }
@@ -86,11 +89,15 @@ int lint(const std::string& path) {
 int show(const std::vector<std::string>& args) {
     std::vector<std::string> keys;
     for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--pseudo" && i + 1 < args.size()) {
+        if (args[i] == "--pseudo") {
+            const char* value = i + 1 < args.size() ? args[i + 1].c_str() : "";
             char* end = nullptr;
-            long long percent = std::strtoll(args[i + 1].c_str(), &end, 10);
-            if (end == args[i + 1].c_str() || *end != '\0') {
-                std::fprintf(stderr, "ovutil strings: --pseudo needs an integer percentage\n");
+            errno = 0;
+            long long percent = std::strtoll(value, &end, 10);
+            if (end == value || *end != '\0' || errno != 0 || percent < 0 || percent > 100) {
+                std::fprintf(stderr,
+                             "ovutil strings: --pseudo needs an integer percentage from 0 to "
+                             "100\n");
                 return 2;
             }
             ov::PseudoLocalizationFilter::setShared(ov::PseudoLocalizationFilter(percent));
@@ -112,7 +119,8 @@ int show(const std::vector<std::string>& args) {
                 break;
             }
         }
-        std::printf("%s = %s%s\n", key.c_str(), ov::LocalizedString::localized(key).c_str(),
+        std::printf("%s = %s%s\n", printable(key).c_str(),
+                    printable(ov::LocalizedString::localized(key)).c_str(),
                     found ? "" : "   (not in the catalogue)");
         if (!found) ++unknown;
     }

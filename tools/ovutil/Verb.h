@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ovutil {
@@ -30,6 +31,12 @@ struct VerbRegistration {
 
 // Directory of the sample data that ships with the project.
 std::string dataDirectory();
+
+// `text` made safe to print on a terminal: bytes that are not valid UTF-8 and
+// control characters are written as \xNN escapes. Every message that carries
+// outside text (arguments, file names, keys and values from files) goes
+// through it.
+std::string printable(std::string_view text);
 
 // `ovutil demo` runs every registered section in order; each subsystem adds
 // its own section in its own file:

@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
+#include <unicode/utf8.h>
+
 #include "OVLog/OVLog.h"
 #include "Verb.h"
 
@@ -19,6 +22,24 @@ std::map<std::string, Verb>& verbs() {
 std::string dataDirectory() {
     if (const char* env = std::getenv("OVUTIL_DATA")) return env;
     return std::string(OV_SOURCE_DIR) + "/data";
+}
+
+std::string printable(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    const auto length = static_cast<int32_t>(text.size());
+    for (int32_t i = 0; i < length;) {
+        const int32_t start = i;
+        UChar32 c;
+        U8_NEXT(bytes, i, length, c);
+        if (c >= 0x20 && c != 0x7F && !(c >= 0x80 && c < 0xA0)) {
+            out.append(text.substr(static_cast<size_t>(start), static_cast<size_t>(i - start)));
+            continue;
+        }
+        for (int32_t j = start; j < i; ++j) out += fmt::format("\\x{:02X}", bytes[j]);
+    }
+    return out;
 }
 
 }  // namespace ovutil
@@ -40,7 +61,7 @@ int main(int argc, char** argv) {
     }
     auto it = ovutil::verbs().find(name);
     if (it == ovutil::verbs().end()) {
-        std::fprintf(stderr, "ovutil: unknown verb '%s'\n", name.c_str());
+        std::fprintf(stderr, "ovutil: unknown verb '%s'\n", ovutil::printable(name).c_str());
         return usage();
     }
     std::vector<std::string> args(argv + 2, argv + argc);
