@@ -20,7 +20,8 @@
 //   bubble-down prefers the left child on a tie.
 // - Objects are found by identity (pointer equality), never by value.
 // - add/peek/poll/count/removeAllObjects/removeObject/removeObjectAtIndex/
-//   containsObject/indexOfObject run under one re-entrant lock of the queue;
+//   containsObject/indexOfObject run under one re-entrant lock of the queue
+//   (a RecursiveSpinLock: waiters spin, then yield);
 //   itemAtIndex and the heap-maintenance methods do not lock (they are meant
 //   to be called under the lock or from one thread).
 // - Out-of-range positions given to itemAtIndex/removeObjectAtIndex are
@@ -41,6 +42,7 @@
 
 #include "OVUtility/Collections/Description.h"
 #include "OVUtility/Platform/Date.h"
+#include "OVUtility/Platform/RecursiveSpinLock.h"
 
 namespace ov {
 
@@ -49,6 +51,11 @@ namespace detail {
 Date priorityQueueNodeCreationDate();
 // Parent position arithmetic: (i - 1) as float, halved, floored into 32 bits.
 std::int64_t priorityQueueParentIndex(std::int64_t index);
+// The same, with integers where single precision is exact (up to 2^24).
+inline std::int64_t priorityQueueParentIndexFast(std::int64_t index) {
+    if (index >= 1 && index <= (std::int64_t{1} << 24)) return (index - 1) >> 1;
+    return priorityQueueParentIndex(index);
+}
 void logPriorityQueueIndexRefused(const char* function, std::int64_t index, std::size_t count);
 }  // namespace detail
 
@@ -77,19 +84,10 @@ class OVPriorityQueueNode {
 
     // Served before `other`. An absent other is never larger or smaller.
     bool isSmallerThanNode(const OVPriorityQueueNode* other) const {
-        if (!other) return false;
-        if (priority_ > other->priority_) return false;
-        if (priority_ < other->priority_) return true;
-        if (tieBreakerMode_ == 1) return beforeDate(other->createdAt_, createdAt_);
-        return beforeDate(createdAt_, other->createdAt_);
+        return other && smallerThan(*other);
     }
-
     bool isLargerThanNode(const OVPriorityQueueNode* other) const {
-        if (!other) return false;
-        if (priority_ < other->priority_) return false;
-        if (priority_ > other->priority_) return true;
-        if (tieBreakerMode_ == 1) return afterDate(other->createdAt_, createdAt_);
-        return afterDate(createdAt_, other->createdAt_);
+        return other && largerThan(*other);
     }
 
     // "<object description> [<priority>]", e.g. "job [5]".
@@ -105,6 +103,17 @@ class OVPriorityQueueNode {
     // Strictly earlier / strictly later (an ordered comparison of the dates).
     static bool beforeDate(Date self, Date other) { return self < other; }
     static bool afterDate(Date self, Date other) { return self > other; }
+
+    bool smallerThan(const OVPriorityQueueNode& other) const {
+        if (priority_ != other.priority_) return priority_ < other.priority_;
+        if (tieBreakerMode_ == 1) return beforeDate(other.createdAt_, createdAt_);
+        return beforeDate(createdAt_, other.createdAt_);
+    }
+    bool largerThan(const OVPriorityQueueNode& other) const {
+        if (priority_ != other.priority_) return priority_ > other.priority_;
+        if (tieBreakerMode_ == 1) return afterDate(other.createdAt_, createdAt_);
+        return afterDate(createdAt_, other.createdAt_);
+    }
 
     std::shared_ptr<T> object_;
     std::uint64_t priority_;
@@ -169,13 +178,17 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
     std::shared_ptr<T> poll() {
         std::lock_guard lock(mutex_);
         if (!heap_ || heap_->empty()) return nullptr;
-        std::shared_ptr<T> object = std::move(heap_->front().object_);
-        if (heap_->size() == 1) {
-            heap_->pop_back();
+        auto& heap = *heap_;
+        std::shared_ptr<T> object = std::move(heap.front().object_);
+        if (heap.size() == 1) {
+            heap.pop_back();
         } else {
-            swapNodeAtIndex(0, static_cast<std::int64_t>(heap_->size() - 1));
-            heap_->pop_back();
-            bubbleDown();
+            // The last node takes the root's place and bubbles down: the same
+            // arrangement as swapping it with the root, removing the root
+            // and calling bubbleDown(), without storing it at the root first.
+            Node last = std::move(heap.back());
+            heap.pop_back();
+            siftDown(0, std::move(last));
         }
         return object;
     }
@@ -260,15 +273,15 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
         // Same comparisons and final arrangement as swapping the node with
         // each passed parent, but the node is held aside and parents move
         // down into the hole (one move per level instead of a swap).
-        auto& heap = *heap_;
-        if (heap[at(p)].isSmallerThanNode(&heap[at(i)])) return;
+        Node* heap = heap_->data();
+        if (heap[at(p)].smallerThan(heap[at(i)])) return;
         // A parent that is not strictly smaller (also an exact tie) is passed.
         Node moving = std::move(heap[at(i)]);
         do {
             heap[at(i)] = std::move(heap[at(p)]);
             i = p;
             p = parentIndexForNodeAtIndex(p);
-        } while (p >= 0 && !heap[at(p)].isSmallerThanNode(&moving));
+        } while (p >= 0 && !heap[at(p)].smallerThan(moving));
         heap[at(i)] = std::move(moving);
     }
 
@@ -277,37 +290,16 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
     void bubbleDownStartingAtIndex(std::int64_t index) {
         if (!heap_ || heap_->empty()) return;
         auto& heap = *heap_;
-        std::int64_t i = index;
-        // The node at `index` is held aside while smaller children move up
-        // into the hole: the comparisons are those of the swapping walk (the
-        // moving node against the left child, then the winner against the
-        // right child; the left one wins a tie).
-        Node* moving = &heap[at(i)];
-        std::optional<Node> held;
-        while (true) {
-            const std::int64_t l = leftChildIndexForNodeAtIndex(i);
-            const std::int64_t r = rightChildIndexForNodeAtIndex(i);
-            const Node* candidate = moving;
-            std::int64_t candidateIndex = i;
-            const Node* left = l == -1 ? nullptr : &heap[at(l)];
-            const Node* right = r == -1 ? nullptr : &heap[at(r)];
-            if (candidate->isLargerThanNode(left)) {
-                candidate = left;
-                candidateIndex = l;
-            }
-            if (candidate->isLargerThanNode(right)) {
-                candidate = right;
-                candidateIndex = r;
-            }
-            if (candidateIndex == i) break;
-            if (!held) {
-                held.emplace(std::move(heap[at(i)]));
-                moving = &*held;
-            }
-            heap[at(i)] = std::move(heap[at(candidateIndex)]);
-            i = candidateIndex;
-        }
-        if (held) heap[at(i)] = std::move(*held);
+        const std::size_t i = at(index);
+        // Nothing moves unless a child is smaller: check before lifting the
+        // node out of its place.
+        const std::size_t l = 2 * i + 1;
+        const std::size_t last = heap.size() - 1;
+        if (l > last) return;
+        if (!heap[i].largerThan(heap[l]) && !(l + 1 <= last && heap[i].largerThan(heap[l + 1])))
+            return;
+        Node moving = std::move(heap[i]);
+        siftDown(i, std::move(moving));
     }
 
     void swapNodeAtIndex(std::int64_t a, std::int64_t b) {
@@ -318,7 +310,7 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
 
     // Index arithmetic, root at 0. Children beyond the last position are -1.
     std::int64_t parentIndexForNodeAtIndex(std::int64_t index) const {
-        return detail::priorityQueueParentIndex(index);
+        return detail::priorityQueueParentIndexFast(index);
     }
     std::int64_t leftChildIndexForNodeAtIndex(std::int64_t index) const {
         return childIndex(2 * static_cast<std::uint64_t>(index) + 1);
@@ -332,13 +324,40 @@ class OVPriorityQueue : public std::enable_shared_from_this<OVPriorityQueue<T>> 
 
     static std::size_t at(std::int64_t index) { return static_cast<std::size_t>(index); }
 
+    // The bubble-down walk for `moving`, whose place is the hole at `hole`:
+    // the comparisons are those of the swapping walk (the moving node
+    // against the left child, then the winner against the right child; the
+    // left one wins a tie), but smaller children move up into the hole and
+    // the node is stored once, where the walk ends.
+    void siftDown(std::size_t hole, Node moving) {
+        Node* heap = heap_->data();
+        const std::size_t last = heap_->size() - 1;
+        for (;;) {
+            const std::size_t l = 2 * hole + 1;  // no left child: no right child either
+            if (l > last) break;
+            const Node* candidate = &moving;
+            std::size_t candidateIndex = hole;
+            if (candidate->largerThan(heap[l])) {
+                candidate = &heap[l];
+                candidateIndex = l;
+            }
+            if (l + 1 <= last && candidate->largerThan(heap[l + 1])) candidateIndex = l + 1;
+            if (candidateIndex == hole) break;
+            heap[hole] = std::move(heap[candidateIndex]);
+            hole = candidateIndex;
+        }
+        heap[hole] = std::move(moving);
+    }
+
     std::int64_t childIndex(std::uint64_t child) const {
         // Unsigned comparison against count - 1: an empty heap never refuses.
         const std::uint64_t last = static_cast<std::uint64_t>(heap_ ? heap_->size() : 0) - 1;
         return child > last ? -1 : static_cast<std::int64_t>(child);
     }
 
-    mutable std::recursive_mutex mutex_;
+    // Re-entrant (removeObject calls indexOfObject); a spinning lock because
+    // add and poll hold it for a few dozen nanoseconds.
+    mutable RecursiveSpinLock mutex_;
     std::optional<std::vector<Node>> heap_;  // absent until the first add
     std::int64_t tieBreakerMode_;
 };

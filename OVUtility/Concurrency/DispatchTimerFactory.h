@@ -12,7 +12,8 @@
 // delay and the repeat. An interval whose millisecond count is not below 2^63
 // (including +infinity and NaN, which compare false) gets a deadline in the
 // distant future: the timer never fires. -infinity, or a count not above
-// -2^63, ends the process. A zero or negative interval fires once, at once.
+// -2^63, ends the process.
+// A zero or sub-millisecond timer interval fires once (so does a negative one), at once.
 #pragma once
 
 #include <functional>

@@ -16,9 +16,12 @@ namespace ov {
 
 namespace detail {
 
+namespace {
+thread_local Frame* tFrameTop = nullptr;
+}
+
 Frame*& currentFrame() {
-    thread_local Frame* top = nullptr;
-    return top;
+    return tFrameTop;
 }
 
 void SyncWaiter::wait() {
@@ -289,11 +292,9 @@ void DispatchQueueAccess::enqueue(DispatchQueue& q, Item item) {
     bool serialSubmit = false;
     {
         std::lock_guard lock(s.mutex);
-        if (item.barrier) {
-            ++s.pendingBarriers;
-            s.updateSlowLocked();
-        }
+        if (item.barrier) ++s.pendingBarriers;
         s.items.push_back(std::move(item));
+        if (s.concurrent) s.updateSlowLocked();
         if (s.main) {
             s.mainWake.notify_one();
             return;
@@ -314,7 +315,7 @@ void DispatchQueueAccess::enqueue(DispatchQueue& q, Item item) {
 // Called with the lock held: how many new drainers a concurrent queue needs
 // for the blocks that could start now.
 int DispatchQueueAccess::wantDrainersLocked(DispatchQueue::State& s) {
-    if (s.suspendCount > 0 || s.items.empty() || s.barrierActive) return 0;
+    if (s.suspendCount > 0 || s.items.empty() || s.exclusiveLocked()) return 0;
     if (s.items.front().barrier && (s.running > 0 || s.fastReaderCount() > 0)) return 0;
     int wanted = static_cast<int>(std::min<size_t>(s.items.size(), kMaxPendingDrainers));
     if (s.pendingDrainers >= wanted) return 0;
@@ -394,7 +395,7 @@ void DispatchQueueAccess::drainConcurrent(DispatchQueue& q) {
     --s.pendingDrainers;
     ++s.activeDrainers;
     for (;;) {
-        if (s.suspendCount > 0 || s.items.empty() || s.barrierActive) break;
+        if (s.suspendCount > 0 || s.items.empty() || s.exclusiveLocked()) break;
         bool barrier = s.items.front().barrier;
         if (barrier) {
             // The last running block (or lock-free reader) picks it up.
@@ -423,10 +424,10 @@ void DispatchQueueAccess::drainConcurrent(DispatchQueue& q) {
         if (!item.waiter) {
             if (barrier) {
                 s.barrierActive = false;
-                s.updateSlowLocked();
             } else {
                 --s.running;
             }
+            s.updateSlowLocked();
         }
     }
     --s.activeDrainers;
@@ -440,10 +441,11 @@ void DispatchQueueAccess::drainConcurrent(DispatchQueue& q) {
 DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
     : queue_(queue), barrier_(barrier) {
     auto& s = *queue.state_;
-    bool exclusive = !s.concurrent || barrier;
+    const bool exclusive = !s.concurrent || barrier;
     if (s.main)
         fatal("DispatchQueue::sync onto the main queue from the main thread would deadlock");
-    for (auto* frame = detail::currentFrame(); frame; frame = frame->previous) {
+    detail::Frame*& top = detail::tFrameTop;
+    for (auto* frame = top; frame; frame = frame->previous) {
         if (frame->queue != &queue) continue;
         if (exclusive || frame->exclusive) {
             fatal("DispatchQueue::sync onto queue \"" + s.label +
@@ -452,108 +454,147 @@ DispatchQueue::SyncScope::SyncScope(DispatchQueue& queue, bool barrier)
         nestedRead_ = true;  // a reader re-entering its own concurrent queue
     }
 
-    // Made only when the caller has to wait (not on the uncontended paths).
-    std::optional<detail::SyncWaiter> waiter;
-    bool wait = false;
-    int submit = 0;
-    bool serialSubmit = false;
-    if (s.concurrent && !barrier && !nestedRead_) {
-        // Uncontended readers get in without the mutex.
-        uint64_t current = s.fastReaders.load(std::memory_order_relaxed);
-        while (!(current & State::kSlow)) {
-            if (s.fastReaders.compare_exchange_weak(current, current + 1,
-                                                    std::memory_order_acquire)) {
-                fastRead_ = true;
-                break;
+    if (s.concurrent && !nestedRead_) {
+        if (!barrier) {
+            // Uncontended readers get in without the mutex.
+            uint64_t current = s.fastReaders.load(std::memory_order_relaxed);
+            while (!(current & State::kSlow)) {
+                if (s.fastReaders.compare_exchange_weak(current, current + 1,
+                                                        std::memory_order_acquire)) {
+                    fastRead_ = true;
+                    break;
+                }
             }
+        } else {
+            // A barrier on an idle queue (nothing running, queued, suspended
+            // or reading) takes it without the mutex.
+            uint64_t idle = 0;
+            fastRead_ = s.fastReaders.compare_exchange_strong(idle, State::kWriter | State::kSlow,
+                                                              std::memory_order_acquire,
+                                                              std::memory_order_relaxed);
         }
     }
-    if (!fastRead_) {
-        std::lock_guard lock(s.mutex);
-        if (s.concurrent) {
-            if (nestedRead_ ||
-                (!barrier && s.suspendCount == 0 && !s.barrierActive && s.pendingBarriers == 0)) {
-                ++s.running;
-            } else if (barrier && s.suspendCount == 0 && !s.barrierActive &&
-                       s.pendingBarriers == 0 && s.running == 0 && s.items.empty()) {
-                s.barrierActive = true;
-                s.updateSlowLocked();  // no new lock-free readers from here on
-                if (s.fastReaderCount() > 0) {
-                    // Readers still inside: wait in line; the last one to
-                    // leave starts us.
-                    s.barrierActive = false;
-                    ++s.pendingBarriers;
-                    s.updateSlowLocked();
-                    s.items.push_back(Item{nullptr, &waiter.emplace(), true});
+    // Everything else goes through the mutex, kept out of line so that the
+    // uncontended paths above stay short.
+    if (!fastRead_) [&]() __attribute__((noinline)) {
+            // Made only when the caller has to wait.
+            std::optional<detail::SyncWaiter> waiter;
+            bool wait = false;
+            int submit = 0;
+            bool serialSubmit = false;
+            {
+                std::lock_guard lock(s.mutex);
+                if (s.concurrent) {
+                    const bool held = s.exclusiveLocked();
+                    if (nestedRead_ ||
+                        (!barrier && s.suspendCount == 0 && !held && s.pendingBarriers == 0)) {
+                        ++s.running;
+                        s.updateSlowLocked();
+                    } else if (barrier && s.suspendCount == 0 && !held && s.pendingBarriers == 0 &&
+                               s.running == 0 && s.items.empty()) {
+                        s.barrierActive = true;
+                        s.updateSlowLocked();  // no new lock-free readers from here on
+                        if (s.fastReaderCount() > 0) {
+                            // Readers still inside: wait in line; the last one
+                            // to leave starts us.
+                            s.barrierActive = false;
+                            ++s.pendingBarriers;
+                            s.items.push_back(Item{nullptr, &waiter.emplace(), true});
+                            s.updateSlowLocked();
+                            wait = true;
+                        }
+                    } else {
+                        if (barrier) ++s.pendingBarriers;
+                        s.items.push_back(Item{nullptr, &waiter.emplace(), barrier});
+                        s.updateSlowLocked();
+                        submit = DispatchQueueAccess::wantDrainersLocked(s);
+                        wait = true;
+                    }
+                } else if (!s.scheduled && s.items.empty() && s.suspendCount == 0) {
+                    s.scheduled = true;
+                } else {
+                    s.items.push_back(Item{nullptr, &waiter.emplace(), false});
+                    if (!s.scheduled && s.suspendCount == 0) {
+                        s.scheduled = true;
+                        s.keepAlive = queue.shared_from_this();
+                        serialSubmit = true;
+                    }
                     wait = true;
                 }
-            } else {
-                if (barrier) {
-                    ++s.pendingBarriers;
-                    s.updateSlowLocked();
-                }
-                s.items.push_back(Item{nullptr, &waiter.emplace(), barrier});
-                submit = DispatchQueueAccess::wantDrainersLocked(s);
-                wait = true;
             }
-        } else if (!s.scheduled && s.items.empty() && s.suspendCount == 0) {
-            s.scheduled = true;
-        } else {
-            s.items.push_back(Item{nullptr, &waiter.emplace(), false});
-            if (!s.scheduled && s.suspendCount == 0) {
-                s.scheduled = true;
-                s.keepAlive = queue.shared_from_this();
-                serialSubmit = true;
-            }
-            wait = true;
+            if (serialSubmit) DispatchQueueAccess::submitDrainer(queue);
+            DispatchQueueAccess::submitDrainers(queue, submit);
+            if (wait) waiter->wait();
         }
-    }
-    if (serialSubmit) DispatchQueueAccess::submitDrainer(queue);
-    DispatchQueueAccess::submitDrainers(queue, submit);
-    if (wait) waiter->wait();
+    ();
 
     // Blocks of this queue run inside its target: hold the target as well.
     if (s.target) parent_ = new SyncScope(*s.target, false);
     static_assert(sizeof(frame_) >= sizeof(detail::Frame));
-    auto* frame = new (frame_) detail::Frame{&queue, exclusive, detail::currentFrame()};
-    detail::currentFrame() = frame;
+    top = new (frame_) detail::Frame{&queue, exclusive, top};
 }
 
 DispatchQueue::SyncScope::~SyncScope() {
-    auto* frame = std::launder(reinterpret_cast<detail::Frame*>(frame_));
-    detail::currentFrame() = frame->previous;
+    detail::tFrameTop = std::launder(reinterpret_cast<detail::Frame*>(frame_))->previous;
 
     auto& s = *queue_.state_;
-    int submit = 0;
-    bool serialSubmit = false;
-    std::shared_ptr<DispatchQueue> keepAlive;
-    if (fastRead_) {
-        uint64_t before = s.fastReaders.fetch_sub(1, std::memory_order_acq_rel);
-        if ((before & State::kSlow) && (before & ~State::kSlow) == 1) {
-            // Last lock-free reader out while a barrier waits: let it start.
-            std::lock_guard lock(s.mutex);
-            submit = DispatchQueueAccess::wantDrainersLocked(s);
-        }
-    } else {
-        std::lock_guard lock(s.mutex);
-        if (s.concurrent) {
-            if (barrier_) {
-                s.barrierActive = false;
-                s.updateSlowLocked();
-            } else {
-                --s.running;
+    if (fastRead_ && barrier_) {
+        uint64_t held = State::kWriter | State::kSlow;
+        if (!s.fastReaders.compare_exchange_strong(held, 0, std::memory_order_release,
+                                                   std::memory_order_relaxed))
+            [&]() __attribute__((noinline)) {
+                // Work arrived while the barrier ran (it set kBusy under the
+                // mutex and waits): hand the queue over.
+                int submit = 0;
+                {
+                    std::lock_guard lock(s.mutex);
+                    s.fastReaders.fetch_and(~State::kWriter, std::memory_order_acq_rel);
+                    s.updateSlowLocked();
+                    submit = DispatchQueueAccess::wantDrainersLocked(s);
+                }
+                DispatchQueueAccess::submitDrainers(queue_, submit);
             }
-            submit = DispatchQueueAccess::wantDrainersLocked(s);
-        } else if (!s.items.empty() && s.suspendCount == 0) {
-            s.keepAlive = queue_.shared_from_this();
-            serialSubmit = true;  // stays scheduled: a drainer takes over
-        } else {
-            s.scheduled = false;
-            keepAlive = std::move(s.keepAlive);
+        ();
+    } else if (fastRead_) {
+        uint64_t before = s.fastReaders.fetch_sub(1, std::memory_order_acq_rel);
+        if ((before & State::kSlow) && (before & ~State::kFlags) == 1)
+            [&]() __attribute__((noinline)) {
+                // Last lock-free reader out while a barrier waits: let it start.
+                int submit = 0;
+                {
+                    std::lock_guard lock(s.mutex);
+                    submit = DispatchQueueAccess::wantDrainersLocked(s);
+                }
+                DispatchQueueAccess::submitDrainers(queue_, submit);
+            }
+        ();
+    } else
+        [&]() __attribute__((noinline)) {
+            int submit = 0;
+            bool serialSubmit = false;
+            std::shared_ptr<DispatchQueue> keepAlive;
+            {
+                std::lock_guard lock(s.mutex);
+                if (s.concurrent) {
+                    if (barrier_) {
+                        s.barrierActive = false;
+                    } else {
+                        --s.running;
+                    }
+                    s.updateSlowLocked();
+                    submit = DispatchQueueAccess::wantDrainersLocked(s);
+                } else if (!s.items.empty() && s.suspendCount == 0) {
+                    s.keepAlive = queue_.shared_from_this();
+                    serialSubmit = true;  // stays scheduled: a drainer takes over
+                } else {
+                    s.scheduled = false;
+                    keepAlive = std::move(s.keepAlive);
+                }
+            }
+            if (serialSubmit) DispatchQueueAccess::submitDrainer(queue_);
+            DispatchQueueAccess::submitDrainers(queue_, submit);
         }
-    }
-    if (serialSubmit) DispatchQueueAccess::submitDrainer(queue_);
-    DispatchQueueAccess::submitDrainers(queue_, submit);
+    ();
     delete parent_;
 }
 

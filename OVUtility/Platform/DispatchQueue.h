@@ -181,7 +181,7 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
         DispatchQueue& queue_;
         bool barrier_;
         bool nestedRead_ = false;
-        bool fastRead_ = false;        // entered through the lock-free reader path
+        bool fastRead_ = false;  // entered lock-free (a reader, or a barrier on an idle queue)
         SyncScope* parent_ = nullptr;  // the target queue, held while this one is
         void* frame_[3];               // storage for this thread's frame record
     };

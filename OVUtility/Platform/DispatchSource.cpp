@@ -15,22 +15,37 @@ struct DispatchSource::State : std::enable_shared_from_this<DispatchSource::Stat
     std::chrono::nanoseconds interval{0};
     int suspendCount = 1;  // sources are created suspended
     bool cancelled = false;
-    bool eventPending = false;          // an event waits on the queue
+    // Ticks fired but not yet handed to the handler. They merge: however many
+    // fire before a delivery starts, the handler runs once for them.
+    bool eventPending = false;
+    // A delivery is on the queue or running. Only one exists at a time, so
+    // the handler never runs twice at once, even on a concurrent queue.
+    bool deliveryActive = false;
     unsigned long long generation = 0;  // bumps on every (re)arm; stale wake-ups are dropped
+
+    bool runnableLocked() const { return !cancelled && suspendCount == 0; }
 
     // Arms the scheduler for the current deadline (lock held).
     void armLocked() {
         ++generation;
-        if (cancelled || suspendCount > 0 || deadline.isDistantFuture()) return;
+        if (!runnableLocked() || deadline.isDistantFuture()) return;
         std::weak_ptr<State> weak = shared_from_this();
         TimerScheduler::shared().schedule(deadline, [weak, gen = generation] {
             if (auto state = weak.lock()) state->fire(gen);
         });
     }
 
+    // Queues a delivery for a pending event unless one is already under way
+    // (lock held).
+    void deliverLocked() {
+        if (!eventPending || deliveryActive || !runnableLocked()) return;
+        deliveryActive = true;
+        queue->async([self = shared_from_this()] { self->deliver(); });
+    }
+
     void fire(unsigned long long gen) {
         std::lock_guard lock(mutex);
-        if (gen != generation || cancelled || suspendCount > 0) return;
+        if (gen != generation || !runnableLocked()) return;
         if (interval.count() > 0) {
             // A timer that fell behind fires once, then keeps its cadence.
             auto now = DispatchTime::now();
@@ -44,20 +59,28 @@ struct DispatchSource::State : std::enable_shared_from_this<DispatchSource::Stat
             deadline = DispatchTime::distantFuture();
         }
         armLocked();
-        if (eventPending) return;  // events coalesce while one waits
         eventPending = true;
-        queue->async([self = shared_from_this()] { self->deliver(); });
+        deliverLocked();
     }
 
     void deliver() {
         std::shared_ptr<DispatchBlock> current;
         {
             std::lock_guard lock(mutex);
+            if (!runnableLocked()) {
+                // Suspended: the event stays pending and is delivered on
+                // resume. Cancelled: it is dropped with everything else.
+                deliveryActive = false;
+                return;
+            }
             eventPending = false;
-            if (cancelled || suspendCount > 0) return;
             current = handler;
         }
         if (current && *current) (*current)();
+        current.reset();  // a handler replaced meanwhile is released here, outside the lock
+        std::lock_guard lock(mutex);
+        deliveryActive = false;
+        deliverLocked();  // ticks that fired while the handler ran
     }
 };
 
@@ -96,7 +119,10 @@ void DispatchSource::setEventHandler(DispatchBlock handler) {
 void DispatchSource::resume() {
     std::lock_guard lock(state_->mutex);
     if (state_->suspendCount == 0) return;  // over-resume is ignored rather than fatal
-    if (--state_->suspendCount == 0) state_->armLocked();
+    if (--state_->suspendCount == 0) {
+        state_->armLocked();
+        state_->deliverLocked();  // an event observed while suspended
+    }
 }
 
 void DispatchSource::suspend() {

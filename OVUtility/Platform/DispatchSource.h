@@ -1,16 +1,21 @@
 // ov::DispatchSource: a timer source with the platform's contract.
 //
 //   auto timer = ov::DispatchSource::makeTimer(queue);
-//   timer->schedule(ov::DispatchTime::now() + 1.0, /*interval seconds*/ 1.0, /*leeway ns*/
-//   100'000'000); timer->setEventHandler([] { tick(); }); timer->resume();                    //
-//   sources are created suspended
+//   timer->schedule(ov::DispatchTime::now() + 1.0, /*interval s*/ 1.0, /*leeway ns*/ 100'000'000);
+//   timer->setEventHandler([] { tick(); });
+//   timer->resume();                    // sources are created suspended
 //   ...
 //   timer->cancel();                    // no event starts after cancel returns
 //
 // - Created suspended; suspend/resume are counted (events fire while the
 //   resume count exceeds the suspend count).
-// - The handler runs on the source's queue, never twice at once; a timer
-//   that fell behind fires once, not once per missed interval.
+// - The handler runs on the source's queue, never twice at once, also on a
+//   concurrent queue: ticks that fire while it runs merge into one delivery
+//   after it returns. A timer that fell behind fires once, not once per
+//   missed interval.
+// - Suspending holds events back without losing them: an event observed
+//   before or during the suspension (already waiting on the queue, or due
+//   while suspended) is delivered once on resume.
 // - An interval of 0 or less means one shot.
 // - `cancel()` stops all further events; the handler is released after the
 //   cancellation takes effect. Releasing the last reference cancels the timer.

@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <mutex>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -8,7 +10,9 @@
 #include "OVUtility/Concurrency/DispatchTimer.h"
 #include "OVUtility/Concurrency/DispatchTimerFactory.h"
 #include "OVUtility/Platform/DispatchSource.h"
+#include "OVUtility/Platform/TimerScheduler.h"
 #include "support/Eventually.h"
+#include "support/Gate.h"
 #include "support/MainQueuePump.h"
 
 using namespace std::chrono;
@@ -18,7 +22,108 @@ namespace {
 void settle(double seconds) {
     ovtest::eventually([] { return false; }, seconds);
 }
+
+// Returns once the timer thread has passed `deadline`. It fires in deadline
+// order, so every source tick due by then has been fired.
+void waitForTimerThreadPast(ov::DispatchTime deadline) {
+    ovtest::Gate passed;
+    ov::TimerScheduler::shared().schedule(deadline, [passed]() mutable { passed.open(); });
+    ASSERT_TRUE(passed.wait());
+}
 }  // namespace
+
+// A timer source delivers one event at a time, also on a concurrent queue:
+// ticks that fire while its handler runs merge into one delivery after it.
+TEST(DispatchSource, HandlerNeverRunsTwiceAtOnceOnConcurrentQueues) {
+    struct Row {
+        const char* name;
+        std::shared_ptr<DispatchQueue> queue;  // null: the default global queue
+    };
+    const Row rows[] = {
+        {"default queue", nullptr},
+        {"own concurrent queue",
+         DispatchQueue::make("test.source.concurrent", DispatchQueue::Attributes::concurrent)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        struct Shared {
+            std::mutex m;
+            int entries = 0, inside = 0, maxInside = 0;
+            ovtest::Gate firstEntered, release;
+        };
+        auto s = std::make_shared<Shared>();
+        auto timer = ov::DispatchSource::makeTimer(row.queue);
+        timer->schedule(ov::DispatchTime::now(), 0.002);
+        timer->setEventHandler([s] {
+            int entry = 0;
+            {
+                std::lock_guard lock(s->m);
+                entry = ++s->entries;
+                s->maxInside = std::max(s->maxInside, ++s->inside);
+            }
+            if (entry == 1) {
+                s->firstEntered.open();
+                s->release.wait();
+            }
+            std::lock_guard lock(s->m);
+            --s->inside;
+        });
+        timer->resume();
+        ASSERT_TRUE(s->firstEntered.wait());
+        waitForTimerThreadPast(ov::DispatchTime::now() + 0.03);  // ~15 ticks while it is held
+        // A delivery queued beside the held one leaves the queue before this probe.
+        ovtest::Gate probed;
+        (row.queue ? row.queue : DispatchQueue::global())->async([probed]() mutable {
+            probed.open();
+        });
+        ASSERT_TRUE(probed.wait());
+        {
+            std::lock_guard lock(s->m);
+            EXPECT_EQ(s->entries, 1) << "a second delivery started beside the running one";
+        }
+        s->release.open();
+        EXPECT_TRUE(ovtest::eventually([&] {
+            std::lock_guard lock(s->m);
+            return s->entries >= 3;  // the merged ticks, then the timer goes on
+        }));
+        ov::invalidate(*timer);
+        std::lock_guard lock(s->m);
+        EXPECT_EQ(s->maxInside, 1);
+    }
+}
+
+// A suspended source delivers on resume the event it observed: one that was
+// already waiting on its queue, or one whose deadline passed while suspended.
+TEST(DispatchSource, SuspendedSourceDeliversObservedEventOnResume) {
+    for (bool queuedBeforeSuspend : {true, false}) {
+        SCOPED_TRACE(queuedBeforeSuspend ? "event queued, then suspended" : "due while suspended");
+        auto queue = DispatchQueue::make("test.source.suspend");
+        auto fired = std::make_shared<std::atomic<int>>(0);
+        auto timer = ov::DispatchSource::makeTimer(queue);
+        timer->setEventHandler([fired] { fired->fetch_add(1); });
+        auto deadline = ov::DispatchTime::now() + 0.005;
+        if (queuedBeforeSuspend) {
+            ovtest::Gate busy;
+            queue->async([busy]() mutable { busy.wait(); });
+            timer->schedule(deadline);  // one shot
+            timer->resume();
+            waitForTimerThreadPast(deadline);  // the event waits behind the busy block
+            timer->suspend();
+            busy.open();
+        } else {
+            timer->resume();
+            timer->suspend();
+            timer->schedule(deadline);
+            waitForTimerThreadPast(deadline);
+        }
+        queue->sync([] {});
+        EXPECT_EQ(fired->load(), 0) << "delivered while suspended";
+        timer->resume();
+        EXPECT_TRUE(ovtest::eventually([&] { return fired->load() >= 1; }, 5.0));
+        queue->sync([] {});
+        EXPECT_EQ(fired->load(), 1);
+    }
+}
 
 TEST(DispatchTimer, FiresOnlyWhileStartedAndStartSuspendAreNotCounted) {
     auto queue = DispatchQueue::make("test.timer");
@@ -109,13 +214,18 @@ TEST(DispatchTimerFactory, InvalidateFromOwnHandlerAndHugeIntervals) {
     settle(0.08);
     EXPECT_EQ(fired.load(), 1);
 
-    // Intervals too large for milliseconds (and NaN) never fire.
+    // Intervals too large for milliseconds (and NaN) never fire; one under a
+    // millisecond fires once.
     std::atomic<int> never{0};
     auto huge = factory.makeTimer(1e300, DispatchQueue::global(), 0, [&] { never.fetch_add(1); });
     auto nan =
         factory.makeTimer(std::nan(""), DispatchQueue::global(), 0, [&] { never.fetch_add(1); });
+    std::atomic<int> once{0};
+    auto tiny = factory.makeTimer(0.0004, DispatchQueue::global(), 0, [&] { once.fetch_add(1); });
+    EXPECT_TRUE(ovtest::eventually([&] { return once.load() >= 1; }));
     settle(0.05);
     EXPECT_EQ(never.load(), 0);
+    EXPECT_EQ(once.load(), 1);
 }
 
 TEST(DispatchTimerFactoryDeathTest, NegativeInfinityEndsTheProcess) {

@@ -364,3 +364,52 @@ TEST(DispatchQueue, SyncReadersAndBarrierWritersExcludeEachOther) {
     EXPECT_FALSE(violated);
     EXPECT_EQ(value, 300);
 }
+
+TEST(DispatchQueue, SyncBarrierOnIdleQueueHoldsBackWhatArrivesThenHandsOver) {
+    // A sync barrier on an idle queue takes it without the queue's lock; what
+    // arrives while it runs must wait for it and then run, never be lost.
+    enum class Arrival { asyncBlock, asyncBarrier, syncRead, syncBarrier };
+    for (auto arrival :
+         {Arrival::asyncBlock, Arrival::asyncBarrier, Arrival::syncRead, Arrival::syncBarrier}) {
+        SCOPED_TRACE(static_cast<int>(arrival));
+        auto queue = DispatchQueue::make("test.rw.handover", DispatchQueue::Attributes::concurrent);
+        std::atomic<bool> holding{false};
+        std::atomic<bool> overlapped{false};
+        ovtest::Gate entered, release, ran;
+        std::thread holder([&] {
+            queue->syncBarrier([&] {
+                holding = true;
+                entered.open();
+                release.wait();
+                holding = false;
+            });
+        });
+        ASSERT_TRUE(entered.wait());
+        auto block = [&] {
+            if (holding.load()) overlapped = true;
+            ran.open();
+        };
+        std::thread caller;
+        switch (arrival) {
+            case Arrival::asyncBlock:
+                queue->async(block);
+                break;
+            case Arrival::asyncBarrier:
+                queue->asyncBarrier(block);
+                break;
+            case Arrival::syncRead:
+                caller = std::thread([&] { queue->sync(block); });
+                break;
+            case Arrival::syncBarrier:
+                caller = std::thread([&] { queue->syncBarrier(block); });
+                break;
+        }
+        EXPECT_FALSE(ran.wait(0.05)) << "ran while the barrier held the queue";
+        release.open();
+        EXPECT_TRUE(ran.wait()) << "lost when the barrier handed the queue over";
+        holder.join();
+        if (caller.joinable()) caller.join();
+        waitAll(queue);
+        EXPECT_FALSE(overlapped);
+    }
+}
