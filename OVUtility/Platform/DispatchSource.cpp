@@ -23,9 +23,14 @@ struct DispatchSource::State : std::enable_shared_from_this<DispatchSource::Stat
         ++generation;
         if (cancelled || suspendCount > 0 || deadline.isDistantFuture()) return;
         std::weak_ptr<State> weak = shared_from_this();
-        TimerScheduler::shared().schedule(deadline, [weak, gen = generation] {
+        auto callback = [weak, gen = generation] {
             if (auto state = weak.lock()) state->fire(gen);
-        });
+        };
+        if (queue->isMain()) {
+            TimerScheduler::shared().scheduleForMain(deadline, std::move(callback));
+        } else {
+            TimerScheduler::shared().schedule(deadline, std::move(callback));
+        }
     }
 
     void fire(unsigned long long gen) {
