@@ -3,7 +3,10 @@
 // same loop's own cross-thread call (g_main_context_invoke for GLib,
 // asio::post for Boost.Asio), measured in one run. Each sample lets the main
 // thread fall asleep in the loop's poll first, so it is a real wake-up.
-// Reported time is the median latency.
+// Reported time is the median latency. Both sides run the same loop: the
+// adapter is attached for the peer's samples too, so the loop waits in its
+// poll (as an application's loop with descriptors to watch does) rather than
+// on the condition variable an idle io_context would use.
 #include <utility>  // Boost 1.74's Asio needs it under C++20
 
 #include <algorithm>
@@ -78,92 +81,79 @@ class Poster {
     std::thread thread_;
 };
 
-// Runs the benchmark's samples: `iterate` runs the loop until `arrived`.
+// Where the posted work records that it ran.
+struct Arrival {
+    std::atomic<bool> arrived{false};
+    std::atomic<Clock::time_point> ranAt{};
+    void mark() {
+        ranAt = Clock::now();
+        arrived = true;
+    }
+};
+
+// Runs the benchmark's samples: `iterate` runs the loop until the work arrived.
 template <typename Iterate>
-void measure(benchmark::State& state, Poster& poster, std::atomic<bool>& arrived,
-             std::atomic<Clock::time_point>& ranAt, Iterate iterate) {
+void measure(benchmark::State& state, Poster& poster, Arrival& arrival, Iterate iterate) {
     std::vector<double> samples;
     for (auto _ : state) {
-        arrived = false;
+        arrival.arrived = false;
         poster.request();
-        while (!arrived) iterate();
+        while (!arrival.arrived) iterate();
         samples.push_back(
-            std::chrono::duration<double, std::nano>(ranAt.load() - poster.postedAt()).count());
+            std::chrono::duration<double, std::nano>(arrival.ranAt.load() - poster.postedAt())
+                .count());
     }
     std::nth_element(samples.begin(), samples.begin() + samples.size() / 2, samples.end());
     state.counters["median_ns"] = samples[samples.size() / 2];
+}
+
+std::function<void()> postToMainQueue(Arrival& arrival) {
+    return [&arrival, main = ov::DispatchQueue::main()] {
+        main->async([&arrival] { arrival.mark(); });
+    };
 }
 
 constexpr int kSamples = 2000;
 
 void BM_GLibMainQueueWakeup(benchmark::State& state) {
     ov::GLibMainQueueSource source;
-    std::atomic<bool> arrived{false};
-    std::atomic<Clock::time_point> ranAt{};
-    auto main = ov::DispatchQueue::main();
-    Poster poster([&] {
-        main->async([&] {
-            ranAt = Clock::now();
-            arrived = true;
-        });
-    });
-    measure(state, poster, arrived, ranAt, [] { g_main_context_iteration(nullptr, TRUE); });
+    Arrival arrival;
+    Poster poster(postToMainQueue(arrival));
+    measure(state, poster, arrival, [] { g_main_context_iteration(nullptr, TRUE); });
 }
 BENCHMARK(BM_GLibMainQueueWakeup)->Iterations(kSamples)->UseRealTime();
 
-struct InvokeTarget {
-    std::atomic<bool>* arrived;
-    std::atomic<Clock::time_point>* ranAt;
-};
-
 void BM_GLibContextInvokeWakeup(benchmark::State& state) {
-    std::atomic<bool> arrived{false};
-    std::atomic<Clock::time_point> ranAt{};
-    InvokeTarget target{&arrived, &ranAt};
+    ov::GLibMainQueueSource source;
+    Arrival arrival;
     Poster poster([&] {
         g_main_context_invoke(
             nullptr,
             [](gpointer p) -> gboolean {
-                auto* t = static_cast<InvokeTarget*>(p);
-                *t->ranAt = Clock::now();
-                *t->arrived = true;
+                static_cast<Arrival*>(p)->mark();
                 return G_SOURCE_REMOVE;
             },
-            &target);
+            &arrival);
     });
-    measure(state, poster, arrived, ranAt, [] { g_main_context_iteration(nullptr, TRUE); });
+    measure(state, poster, arrival, [] { g_main_context_iteration(nullptr, TRUE); });
 }
 BENCHMARK(BM_GLibContextInvokeWakeup)->Iterations(kSamples)->UseRealTime();
 
 void BM_AsioMainQueueWakeup(benchmark::State& state) {
     boost::asio::io_context io;
     ov::AsioMainQueue adapter(io);
-    std::atomic<bool> arrived{false};
-    std::atomic<Clock::time_point> ranAt{};
-    auto main = ov::DispatchQueue::main();
-    Poster poster([&] {
-        main->async([&] {
-            ranAt = Clock::now();
-            arrived = true;
-        });
-    });
-    measure(state, poster, arrived, ranAt, [&] { io.run_one(); });
+    Arrival arrival;
+    Poster poster(postToMainQueue(arrival));
+    measure(state, poster, arrival, [&] { io.run_one(); });
 }
 BENCHMARK(BM_AsioMainQueueWakeup)->Iterations(kSamples)->UseRealTime();
 
 void BM_AsioPostWakeup(benchmark::State& state) {
     boost::asio::io_context io;
-    // Keeps run_one() blocking between samples, as the adapter's watch does.
-    auto guard = boost::asio::make_work_guard(io);
-    std::atomic<bool> arrived{false};
-    std::atomic<Clock::time_point> ranAt{};
-    Poster poster([&] {
-        boost::asio::post(io, [&] {
-            ranAt = Clock::now();
-            arrived = true;
-        });
-    });
-    measure(state, poster, arrived, ranAt, [&] { io.run_one(); });
+    ov::AsioMainQueue adapter(io);
+    Arrival arrival;
+    Poster poster([&] { boost::asio::post(io, [&] { arrival.mark(); }); });
+    measure(state, poster, arrival, [&] { io.run_one(); });
 }
 BENCHMARK(BM_AsioPostWakeup)->Iterations(kSamples)->UseRealTime();
 
