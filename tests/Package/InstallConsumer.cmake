@@ -40,8 +40,9 @@ else()
   set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
   run(pkg-config --cflags --libs ovutility)
   separate_arguments(flags UNIX_COMMAND "${run_output}")
+  # The rpath lets a shared build's consumer find the libraries in the prefix.
   run(${CXX} -std=c++20 -O1 ${SOURCE_DIR}/examples/consumer/main.cpp ${flags}
-      -o ${WORK_DIR}/consumer)
+      -Wl,-rpath,${prefix}/${LIBDIR} -o ${WORK_DIR}/consumer)
   run(${WORK_DIR}/consumer)
 endif()
 if(NOT run_output MATCHES "^55")
