@@ -39,8 +39,14 @@ inline void expectCrossThreadOrder(HostLoop& host) {
     constexpr int kProducers = 3;
     constexpr int kBlocks = 200;
     auto main = ov::DispatchQueue::main();
+    constexpr int kTotal = kProducers * kBlocks + 1;  // and the sync block
     std::vector<int> last(kProducers, -1);
     std::atomic<int> misordered{0}, offMain{0}, done{0};
+    // The loop ends only once every block, the sync one included, has run:
+    // the sync caller could never return once nothing pumps the main queue.
+    auto finishOne = [&] {
+        if (++done == kTotal) host.quit();
+    };
     bool first = false;
     main->async([&] { first = done.load() == 0; });
     std::vector<std::thread> producers;
@@ -51,18 +57,28 @@ inline void expectCrossThreadOrder(HostLoop& host) {
                     if (!ov::MainRunLoop::isMainThread()) ++offMain;
                     if (last[p] != i - 1) ++misordered;
                     last[p] = i;
-                    if (++done == kProducers * kBlocks) host.quit();
+                    finishOne();
                 });
             }
         });
     }
     int answer = 0;
-    std::thread syncCaller([&] { answer = main->sync([] { return 42; }); });
-    ASSERT_TRUE(host.run(20.0));
+    std::thread syncCaller([&] {
+        answer = main->sync([&] {
+            finishOne();
+            return 42;
+        });
+    });
+    bool finished = host.run(20.0);
+    EXPECT_TRUE(finished);
+    // Pump what is left after a failure, so that the threads can be joined.
+    if (!finished) {
+        ov::MainRunLoop::runUntil([&] { return done == kTotal; }, ov::DispatchTime::now() + 20.0);
+    }
     for (auto& t : producers) t.join();
     syncCaller.join();
     EXPECT_TRUE(first);
-    EXPECT_EQ(done.load(), kProducers * kBlocks);
+    EXPECT_EQ(done.load(), kTotal);
     EXPECT_EQ(misordered.load(), 0);
     EXPECT_EQ(offMain.load(), 0);
     EXPECT_EQ(answer, 42);
