@@ -3,6 +3,9 @@
 # library is found, exported as OVUtility::GLib and OVUtility::Asio; their
 # tests run a real loop of that library on the main thread.
 set(OV_ADAPTER_TARGETS "")
+# Read by the package config: which adapters the installed package has.
+set(OV_HAVE_GLIB_ADAPTER OFF)
+set(OV_HAVE_ASIO_ADAPTER OFF)
 
 pkg_check_modules(OV_GLIB QUIET IMPORTED_TARGET glib-2.0)
 if(OV_GLIB_FOUND)
@@ -11,6 +14,7 @@ if(OV_GLIB_FOUND)
   set_target_properties(OVUtilityGLib PROPERTIES EXPORT_NAME GLib)
   target_link_libraries(OVUtilityGLib INTERFACE OVUtility PkgConfig::OV_GLIB)
   list(APPEND OV_ADAPTER_TARGETS OVUtilityGLib)
+  set(OV_HAVE_GLIB_ADAPTER ON)
 endif()
 
 find_package(Boost 1.70 QUIET)
@@ -20,6 +24,7 @@ if(Boost_FOUND)
   set_target_properties(OVUtilityAsio PROPERTIES EXPORT_NAME Asio)
   target_link_libraries(OVUtilityAsio INTERFACE OVUtility Boost::headers Threads::Threads)
   list(APPEND OV_ADAPTER_TARGETS OVUtilityAsio)
+  set(OV_HAVE_ASIO_ADAPTER ON)
 endif()
 message(STATUS "OVUtility main-queue adapters: GLib ${OV_GLIB_FOUND}, Asio ${Boost_FOUND}")
 

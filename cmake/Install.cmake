@@ -17,14 +17,6 @@ install(DIRECTORY OVUtility/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/OVUtility
   PATTERN "Resources" EXCLUDE)
 install(EXPORT OVUtilityTargets NAMESPACE OVUtility:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/OVUtility)
 
-set(OV_HAVE_GLIB_ADAPTER OFF)
-set(OV_HAVE_ASIO_ADAPTER OFF)
-if(TARGET OVUtilityGLib)
-  set(OV_HAVE_GLIB_ADAPTER ON)
-endif()
-if(TARGET OVUtilityAsio)
-  set(OV_HAVE_ASIO_ADAPTER ON)
-endif()
 configure_package_config_file(cmake/OVUtilityConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/OVUtilityConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/OVUtility)
