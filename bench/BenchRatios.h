@@ -23,12 +23,16 @@ class RatioReporter : public benchmark::ConsoleReporter {
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const auto& run : runs) {
             if (run.run_type != Run::RT_Iteration || run.iterations == 0) continue;
-            // Per-item time when the benchmark counts items, else per iteration.
+            // A latency benchmark's median ("median_ns" counter), else the
+            // per-item time when the benchmark counts items, else per iteration.
             double perIteration = run.GetAdjustedRealTime();
             double items = 0;
             if (auto it = run.counters.find("items_per_second"); it != run.counters.end())
                 items = it->second;
-            times_[run.benchmark_name()] = items > 0 ? 1e9 / items : perIteration;
+            double time = items > 0 ? 1e9 / items : perIteration;
+            if (auto it = run.counters.find("median_ns"); it != run.counters.end())
+                time = it->second;
+            times_[run.benchmark_name()] = time;
         }
         ConsoleReporter::ReportRuns(runs);
     }

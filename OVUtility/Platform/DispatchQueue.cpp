@@ -9,6 +9,7 @@
 #include "OVUtility/Platform/DispatchSemaphore.h"
 #include "OVUtility/Platform/Fatal.h"
 #include "OVUtility/Platform/MainRunLoop.h"
+#include "OVUtility/Platform/MainRunLoopAccess.h"
 #include "OVUtility/Platform/TimerScheduler.h"
 #include "OVUtility/Platform/WorkerPool.h"
 
@@ -198,10 +199,16 @@ void DispatchQueue::asyncAfter(DispatchTime deadline, DispatchBlock block) {
         async(std::move(block));
         return;
     }
-    TimerScheduler::shared().schedule(
-        deadline, [queue = shared_from_this(), block = std::move(block)]() mutable {
-            queue->async(std::move(block));
-        });
+    auto fire = [queue = shared_from_this(), block = std::move(block)]() mutable {
+        queue->async(std::move(block));
+    };
+    // Main-queue timers are kept apart so that a host event loop sees their
+    // deadlines (MainQueuePort).
+    if (state_->main) {
+        TimerScheduler::shared().scheduleForMain(deadline, std::move(fire));
+    } else {
+        TimerScheduler::shared().schedule(deadline, std::move(fire));
+    }
 }
 
 void DispatchQueue::suspend() {
@@ -222,6 +229,7 @@ void DispatchQueue::resume() {
         if (state_->suspendCount > 0 || state_->items.empty()) return;
         if (state_->main) {
             state_->mainWake.notify_all();
+            detail::signalMainQueuePort();
             return;
         }
         if (state_->concurrent) {
@@ -297,6 +305,7 @@ void DispatchQueueAccess::enqueue(DispatchQueue& q, Item item) {
         if (s.concurrent) s.updateSlowLocked();
         if (s.main) {
             s.mainWake.notify_one();
+            if (s.suspendCount == 0) detail::signalMainQueuePort();
             return;
         }
         if (s.suspendCount > 0) return;

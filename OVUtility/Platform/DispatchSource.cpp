@@ -30,9 +30,14 @@ struct DispatchSource::State : std::enable_shared_from_this<DispatchSource::Stat
         ++generation;
         if (!runnableLocked() || deadline.isDistantFuture()) return;
         std::weak_ptr<State> weak = shared_from_this();
-        TimerScheduler::shared().schedule(deadline, [weak, gen = generation] {
+        auto callback = [weak, gen = generation] {
             if (auto state = weak.lock()) state->fire(gen);
-        });
+        };
+        if (queue->isMain()) {
+            TimerScheduler::shared().scheduleForMain(deadline, std::move(callback));
+        } else {
+            TimerScheduler::shared().schedule(deadline, std::move(callback));
+        }
     }
 
     // Queues a delivery for a pending event unless one is already under way

@@ -8,6 +8,7 @@
 #include "OVUtility/Platform/DispatchQueue.h"
 #include "OVUtility/Platform/DispatchQueueState.h"
 #include "OVUtility/Platform/Fatal.h"
+#include "OVUtility/Platform/MainRunLoopAccess.h"
 
 namespace ov {
 
@@ -26,59 +27,55 @@ void requireMainThread(const char* function) {
 
 }  // namespace
 
-struct MainRunLoopAccess {
-    // Runs one ready block; false when none is ready.
-    static bool runOne() {
-        auto queue = DispatchQueue::main();
-        auto& s = *queue->state_;
-        detail::Item item;
-        {
-            std::lock_guard lock(s.mutex);
-            if (s.suspendCount > 0 || s.items.empty()) return false;
-            item = std::move(s.items.front());
-            s.items.pop_front();
-        }
-        detail::FrameScope frame(queue.get(), true);
-        try {
-            item.block();
-        } catch (const std::exception& e) {
-            fatal(std::string("uncaught exception in a block on the main queue: ") + e.what());
-        } catch (...) {
-            fatal("uncaught exception in a block on the main queue");
-        }
-        return true;
-    }
-
-    // Sleeps until a block is ready, stop() is called or `until` passes.
-    static void waitForWork(DispatchTime until, bool honourStop = false) {
-        auto queue = DispatchQueue::main();
-        auto& s = *queue->state_;
-        std::unique_lock lock(s.mutex);
-        auto ready = [&] {
-            return (s.suspendCount == 0 && !s.items.empty()) ||
-                   (honourStop && stopRequested.load(std::memory_order_relaxed));
-        };
-        if (until.isDistantFuture()) {
-            s.mainWake.wait(lock, ready);
-        } else {
-            s.mainWake.wait_until(lock, until.timePoint(), ready);
-        }
-    }
-
-    static size_t readyCount() {
-        auto queue = DispatchQueue::main();
-        auto& s = *queue->state_;
+bool MainRunLoopAccess::runOne() {
+    auto queue = DispatchQueue::main();
+    auto& s = *queue->state_;
+    detail::Item item;
+    {
         std::lock_guard lock(s.mutex);
-        return s.suspendCount > 0 ? 0 : s.items.size();
+        if (s.suspendCount > 0 || s.items.empty()) return false;
+        item = std::move(s.items.front());
+        s.items.pop_front();
     }
+    detail::FrameScope frame(queue.get(), true);
+    try {
+        item.block();
+    } catch (const std::exception& e) {
+        fatal(std::string("uncaught exception in a block on the main queue: ") + e.what());
+    } catch (...) {
+        fatal("uncaught exception in a block on the main queue");
+    }
+    return true;
+}
 
-    static void wake() {
-        auto queue = DispatchQueue::main();
-        auto& s = *queue->state_;
-        std::lock_guard lock(s.mutex);
-        s.mainWake.notify_all();
+void MainRunLoopAccess::waitForWork(DispatchTime until, bool honourStop) {
+    auto queue = DispatchQueue::main();
+    auto& s = *queue->state_;
+    std::unique_lock lock(s.mutex);
+    auto ready = [&] {
+        return (s.suspendCount == 0 && !s.items.empty()) ||
+               (honourStop && stopRequested.load(std::memory_order_relaxed));
+    };
+    if (until.isDistantFuture()) {
+        s.mainWake.wait(lock, ready);
+    } else {
+        s.mainWake.wait_until(lock, until.timePoint(), ready);
     }
-};
+}
+
+size_t MainRunLoopAccess::readyCount() {
+    auto queue = DispatchQueue::main();
+    auto& s = *queue->state_;
+    std::lock_guard lock(s.mutex);
+    return s.suspendCount > 0 ? 0 : s.items.size();
+}
+
+void MainRunLoopAccess::wake() {
+    auto queue = DispatchQueue::main();
+    auto& s = *queue->state_;
+    std::lock_guard lock(s.mutex);
+    s.mainWake.notify_all();
+}
 
 bool MainRunLoop::isMainThread() {
     thread_local const bool isMain = static_cast<pid_t>(::syscall(SYS_gettid)) == ::getpid();

@@ -10,6 +10,10 @@
 //
 // The main thread is the thread whose id equals the process id. Calling these
 // from another thread is a programming error (fatal).
+//
+// An application that already runs an event loop (GLib, Qt, Boost.Asio)
+// keeps it and drives the main queue from it through MainQueuePort (or the
+// adapters in OVUtility/Adapters/) instead.
 #pragma once
 
 #include <functional>

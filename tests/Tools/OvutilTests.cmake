@@ -22,7 +22,12 @@ function(ov_ovutil_test name)
 endfunction()
 
 ov_ovutil_test(HelpListsEveryVerb RC 0 ARGS help
-  EXPECT "demo" "features" "strings")
+  EXPECT "demo" "features" "strings" "OVUTIL_DATA")
+foreach(verb Demo Features Strings)
+  string(TOLOWER ${verb} name)
+  ov_ovutil_test(${verb}HelpPrintsUsageAndExitsZero RC 0 ARGS ${name} --help
+    EXPECT "^usage: ovutil ${name}" REJECT "Demo finished")
+endforeach()
 ov_ovutil_test(UnknownVerbIsAUsageError RC 2 ARGS bogus
   EXPECT "unknown verb 'bogus'" "usage: ovutil")
 

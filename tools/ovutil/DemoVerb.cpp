@@ -47,7 +47,9 @@ int runDemo(const std::vector<std::string>& args) {
 }
 
 VerbRegistration registration{
-    "demo", "show the library at work (queues, timers, tasks, features, strings)", &runDemo};
+    "demo", "show the library at work (queues, timers, tasks, features, strings)", &runDemo,
+    "usage: ovutil demo [SECTION]\n"
+    "Runs every demo section, or only those whose title contains SECTION.\n"};
 
 }  // namespace
 }  // namespace ovutil

@@ -38,10 +38,13 @@ const std::map<std::string, std::string>& accessorNames() {
     return names;
 }
 
+const char* const kUsage =
+    "usage: ovutil features [--bundle DIR] [--set release|develop] [--check]\n"
+    "       ovutil features --check --file FILE.json\n"
+    "Without --bundle, reads SampleBundle from the sample data (see `ovutil help`).\n";
+
 int usage() {
-    std::fprintf(stderr,
-                 "usage: ovutil features [--bundle DIR] [--set release|develop] [--check]\n"
-                 "       ovutil features --check --file FILE.json\n");
+    std::fputs(kUsage, stderr);
     return 2;
 }
 
@@ -143,7 +146,7 @@ int runFeatures(const std::vector<std::string>& args) {
 
 VerbRegistration registration{
     "features", "print the features of a bundle's feature files (--check to validate them)",
-    &runFeatures};
+    &runFeatures, kUsage};
 
 void runFeaturesDemo() {
     auto bundle = ov::Bundle::make(std::filesystem::path(dataDirectory()) / "SampleBundle");

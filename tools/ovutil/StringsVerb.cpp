@@ -26,10 +26,12 @@
 namespace ovutil {
 namespace {
 
+const char* const kUsage =
+    "usage: ovutil strings lint TABLE.strings\n"
+    "       ovutil strings show KEY... [--pseudo PERCENT]\n";
+
 int usage() {
-    std::fprintf(stderr,
-                 "usage: ovutil strings lint TABLE.strings\n"
-                 "       ovutil strings show KEY... [--pseudo PERCENT]\n");
+    std::fputs(kUsage, stderr);
     return 2;
 }
 
@@ -134,8 +136,9 @@ int runStrings(const std::vector<std::string>& args) {
     return usage();
 }
 
-VerbRegistration registration{
-    "strings", "lint a strings table against the catalogue, or show catalogue texts", &runStrings};
+VerbRegistration registration{"strings",
+                              "lint a strings table against the catalogue, or show catalogue texts",
+                              &runStrings, kUsage};
 
 void runStringsDemo() {
     demoLine("badgeNew()                 -> " + ov::LocalizedString::badgeNew());

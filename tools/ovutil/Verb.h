@@ -18,18 +18,21 @@ struct Verb {
     std::string name;
     std::string summary;
     VerbFunction run;
+    std::string usage;  // printed by `ovutil <verb> --help`
 };
 
 std::map<std::string, Verb>& verbs();
 
 struct VerbRegistration {
-    VerbRegistration(std::string name, std::string summary, VerbFunction run) {
+    VerbRegistration(std::string name, std::string summary, VerbFunction run, std::string usage) {
         std::string key = name;
-        verbs()[key] = Verb{std::move(name), std::move(summary), std::move(run)};
+        verbs()[key] = Verb{std::move(name), std::move(summary), std::move(run), std::move(usage)};
     }
 };
 
-// Directory of the sample data that ships with the project.
+// Directory of the sample data that ships with the project: $OVUTIL_DATA,
+// else <prefix>/share/ovutil beside an installed ovutil, else the source
+// tree's data/ (a binary run from its build tree).
 std::string dataDirectory();
 
 // `text` made safe to print on a terminal: bytes that are not valid UTF-8 and

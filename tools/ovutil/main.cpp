@@ -20,8 +20,20 @@ std::map<std::string, Verb>& verbs() {
 }
 
 std::string dataDirectory() {
-    if (const char* env = std::getenv("OVUTIL_DATA")) return env;
-    return std::string(OV_SOURCE_DIR) + "/data";
+    if (const char* env = std::getenv("OVUTIL_DATA"); env && *env) return env;
+    // An installed ovutil sits in <prefix>/bin; its data in <prefix>/share/ovutil.
+    std::error_code error;
+    auto exe = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (!error) {
+        auto binDir = exe.parent_path();
+        if (binDir.filename() == std::filesystem::path(OV_INSTALL_BIN_DIR).filename()) {
+            auto installed = binDir.parent_path() / OV_INSTALL_DATA_DIR;
+            if (std::filesystem::is_directory(installed / "SampleBundle", error)) {
+                return installed.string();
+            }
+        }
+    }
+    return OV_SOURCE_DATA_DIR;
 }
 
 std::string printable(std::string_view text) {
@@ -45,10 +57,16 @@ std::string printable(std::string_view text) {
 }  // namespace ovutil
 
 static int usage() {
-    std::printf("usage: ovutil <verb> [args...]\n\nverbs:\n");
+    std::printf(
+        "usage: ovutil <verb> [args...]    (ovutil <verb> --help for its options)\n\nverbs:\n");
     for (const auto& [name, verb] : ovutil::verbs()) {
         std::printf("  %-10s %s\n", name.c_str(), verb.summary.c_str());
     }
+    std::printf(
+        "\nenvironment:\n"
+        "  OVUTIL_DATA  directory of the sample data (SampleBundle/, malformed/);\n"
+        "               now: %s\n",
+        ovutil::dataDirectory().c_str());
     return 2;
 }
 
@@ -65,5 +83,9 @@ int main(int argc, char** argv) {
         return usage();
     }
     std::vector<std::string> args(argv + 2, argv + argc);
+    if (!args.empty() && (args[0] == "--help" || args[0] == "-h")) {
+        std::fputs(it->second.usage.c_str(), stdout);
+        return 0;
+    }
     return it->second.run(args);
 }
