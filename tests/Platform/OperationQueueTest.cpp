@@ -90,32 +90,53 @@ TEST(OperationQueueTest, ReadyOperationsStartByPriorityThenInOrderOfAddition) {
     EXPECT_EQ(
         log, (Names{"veryHigh", "high1", "high2", "normal1", "normal2", "low", "veryLow", "late"}));
 }
-TEST(OperationQueueTest, ConcurrencyLimitIsReachedButNeverPassed) {
-    // {limit, operations}: the default (-1) lets a gathering of 8 meet.
-    for (auto [limit, expectedPeak] : {std::pair{3, 3}, std::pair{-1, 8}}) {
-        auto queue = OperationQueue::make("limited");
-        queue->setMaxConcurrentOperationCount(limit);
-        std::atomic<int> active{0}, peak{0}, done{0};
-        for (int i = 0; i < 400; ++i) {
-            queue->addOperation([&] {
-                int now = ++active;
-                for (int seen = peak; now > seen && !peak.compare_exchange_weak(seen, now);) {
-                }
-                // The first operations wait to meet, so that the limit is reached.
-                if (done == 0) eventually([&] { return active >= expectedPeak; }, 2);
-                --active;
-                ++done;
-            });
+TEST(OperationQueueTest, ManyProducersNeverPassTheLimitAndEveryOperationRunsOnce) {
+    auto queue = OperationQueue::make("limited");
+    queue->setMaxConcurrentOperationCount(3);
+    std::atomic<int> active{0}, peak{0}, done{0};
+    auto work = [&] {
+        int now = ++active;
+        for (int seen = peak; now > seen && !peak.compare_exchange_weak(seen, now);) {
         }
-        queue->waitUntilAllOperationsAreFinished();
-        EXPECT_EQ(done, 400);
-        if (limit > 0)
-            EXPECT_EQ(peak, expectedPeak);
-        else
-            EXPECT_GE(peak, expectedPeak);
+        // The first operations wait briefly for a fourth to join them.
+        if (done == 0) eventually([&] { return active > 3; }, 0.3);
+        --active;
+        ++done;
+    };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 1000; ++i) {
+                auto op = BlockOperation::make(work);
+                op->setQueuePriority((i + t) % 2 ? 4 : -4);
+                queue->addOperation(op);
+                if (i % 250 == 0) queue->operations();
+            }
+        });
     }
+    for (auto& t : threads) t.join();
+    std::thread waiter([&] { queue->waitUntilAllOperationsAreFinished(); });
+    queue->waitUntilAllOperationsAreFinished();
+    waiter.join();
+    EXPECT_EQ(done, 4000);
+    EXPECT_EQ(peak, 3);
+    EXPECT_EQ(queue->operationCount(), 0u);
 }
 
+TEST(OperationQueueTest, DefaultLimitLetsManyRunAtOnce) {
+    auto queue = OperationQueue::make();
+    std::atomic<int> arrived{0};
+    Gate gate;
+    for (int i = 0; i < 8; ++i) {
+        queue->addOperation([&] {
+            ++arrived;
+            gate.wait();
+        });
+    }
+    EXPECT_TRUE(eventually([&] { return arrived == 8; }));
+    gate.open();
+    queue->waitUntilAllOperationsAreFinished();
+}
 TEST(OperationQueueTest, AsyncOperationHoldsItsSlotAndSuspensionHoldsBackStarts) {
     auto queue = OperationQueue::make("async");
     queue->setMaxConcurrentOperationCount(1);
@@ -211,29 +232,6 @@ TEST(OperationQueueTest, MainQueueRunsOnTheMainThreadOnlyWhenPumped) {
     ASSERT_TRUE(ovtest::pumpMainUntil([&] { return ran == 3; }));
     EXPECT_TRUE(onMainThread);
     EXPECT_EQ(current, main);
-}
-
-TEST(OperationQueueTest, ManyProducersAndWaitersSeeEveryOperationRunOnce) {
-    auto queue = OperationQueue::make("stress");
-    queue->setMaxConcurrentOperationCount(4);
-    std::atomic<int> ran{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < 2000; ++i) {
-                auto op = BlockOperation::make([&] { ++ran; });
-                op->setQueuePriority((i + t) % 2 ? 4 : -4);
-                queue->addOperation(op);
-                if (i % 500 == 0) queue->operations();
-            }
-        });
-    }
-    for (auto& p : threads) p.join();
-    std::thread waiter([&] { queue->waitUntilAllOperationsAreFinished(); });
-    queue->waitUntilAllOperationsAreFinished();
-    waiter.join();
-    EXPECT_EQ(ran, 8000);
-    EXPECT_EQ(queue->operationCount(), 0u);
 }
 
 TEST(OperationQueueTest, QueueStaysAliveWhileItHoldsOperations) {
