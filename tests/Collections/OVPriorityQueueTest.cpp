@@ -56,18 +56,13 @@ TEST(OVPriorityQueue, TieBreakModesDefaultPriorityAndNodeModes) {
 }
 
 TEST(OVPriorityQueue, NodeComparisonsDescriptionAndClock) {
+    // Orders of distinct nodes are covered by the model test below; equal
+    // priority and time, or no other node, compare neither way.
     const ov::Date t(100);
     for (std::int64_t mode : {0, 1}) {
-        Node a(obj("a"), 5, t, mode), b(obj("b"), 5, t.addingTimeInterval(1), mode);
-        Node same(obj("s"), 5, t, mode), low(obj("l"), 4, t.addingTimeInterval(9), mode);
-        EXPECT_EQ(a.isSmallerThanNode(&b), mode == 0);
-        EXPECT_EQ(b.isSmallerThanNode(&a), mode == 1);
-        EXPECT_EQ(a.isLargerThanNode(&b), mode == 1);
-        EXPECT_EQ(b.isLargerThanNode(&a), mode == 0);
+        Node a(obj("a"), 5, t, mode), same(obj("s"), 5, t, mode);
         EXPECT_FALSE(a.isSmallerThanNode(&same) || a.isLargerThanNode(&same));
         EXPECT_FALSE(a.isSmallerThanNode(nullptr) || a.isLargerThanNode(nullptr));
-        EXPECT_TRUE(low.isSmallerThanNode(&a) && a.isLargerThanNode(&low));
-        EXPECT_FALSE(a.isSmallerThanNode(&low) || low.isLargerThanNode(&a));
     }
     EXPECT_EQ(Node::nodeWithObject(obj("job"), 5, 0).description(), "job [5]");
     EXPECT_EQ(Node(nullptr, 2, t, 0).description(), "(null) [2]");
