@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "OVLog/CaptureSink.h"
@@ -48,13 +49,13 @@ TEST(ArrayAdditions, DivideAndSafeSubset) {
     EXPECT_TRUE(ov::divide(V{}, 2).empty());
     EXPECT_EQ(ov::divide(V{}, 0), Chunks(1));  // one (empty) subset holding the whole array
 
-    const V v{0, 1, 2, 3, 4};
-    EXPECT_EQ(ov::safeSubset(v, 1, 2), (V{1, 2}));
-    EXPECT_EQ(ov::safeSubset(v, 3, 100), (V{3, 4}));
-    EXPECT_EQ(ov::safeSubset(v, 5, 1), V{});
-    EXPECT_EQ(ov::safeSubset(v, 99, 1), V{});
-    EXPECT_EQ(ov::safeSubset(v, -3, 2), (V{0, 1}));
-    EXPECT_EQ(ov::safeSubset(v, 0, 0), V{});
+    // {start, count, expected} on 0...4
+    const std::tuple<int, int, V> subsets[] = {{1, 2, {1, 2}}, {3, 100, {3, 4}}, {5, 1, {}},
+                                               {99, 1, {}},    {-3, 2, {0, 1}},  {0, 0, {}}};
+    for (const auto& [start, count, expected] : subsets) {
+        EXPECT_EQ(ov::safeSubset(V{0, 1, 2, 3, 4}, start, count), expected)
+            << start << "," << count;
+    }
 }
 
 TEST(ArrayAdditions, LimitAndPrefixUpToAnElement) {

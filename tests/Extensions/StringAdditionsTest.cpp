@@ -13,27 +13,14 @@
 namespace str = ov::strings;
 
 TEST(StringAdditions, TrackTimeTruncatesEachPartAndKeepsNegativeParts) {
+    // clang-format off
     const std::pair<double, const char*> cases[] = {
-        {0, "0:00"},
-        {0.999, "0:00"},
-        {5, "0:05"},
-        {59.9, "0:59"},
-        {60, "1:00"},
-        {61.5, "1:01"},
-        {599.99, "9:59"},
-        {3599.999, "59:59"},
-        {3600, "1:00:00"},
-        {3725, "1:02:05"},
-        {36000, "10:00:00"},
-        {86399, "23:59:59"},
-        {90061, "25:01:01"},
-        {-5, "0:-5"},
-        {-65, "-1:-5"},
-        {-3600, "0:00"},
-        {-3661, "-1:-1"},
-        {-0.5, "0:00"},
-        {1e12, "277777777:46:40"},
+        {0, "0:00"}, {0.999, "0:00"}, {59.9, "0:59"}, {60, "1:00"}, {61.5, "1:01"},
+        {3599.999, "59:59"}, {3600, "1:00:00"}, {3725, "1:02:05"}, {36000, "10:00:00"},
+        {90061, "25:01:01"}, {-5, "0:-5"}, {-65, "-1:-5"}, {-3600, "0:00"}, {-3661, "-1:-1"},
+        {-0.5, "0:00"}, {1e12, "277777777:46:40"},
     };
+    // clang-format on
     for (const auto& [seconds, expected] : cases) {
         EXPECT_EQ(str::trackTime(seconds), expected) << seconds;
     }
@@ -52,17 +39,13 @@ TEST(StringAdditions, TrackTimeRefusesValuesBeyondSixtyFourBitHoursWithALogLine)
 }
 
 TEST(StringAdditions, CanonicalNameDropsOneLeadingArticle) {
+    // clang-format off
     const std::pair<const char*, const char*> cases[] = {
-        {"The Beatles", "beatles"},
-        {"Another", "another"},
-        {"An Album", "album"},
-        {"A Tribe", "tribe"},
-        {"THE THE", "the"},
-        {"Theory", "theory"},
-        {"a", "a"},
-        {"", ""},
+        {"The Beatles", "beatles"}, {"Another", "another"}, {"An Album", "album"},
+        {"A Tribe", "tribe"}, {"THE THE", "the"}, {"Theory", "theory"}, {"a", "a"}, {"", ""},
         {"Ärzte", "ärzte"},
     };
+    // clang-format on
     for (const auto& [input, expected] : cases) EXPECT_EQ(str::canonicalName(input), expected);
 }
 
@@ -85,8 +68,6 @@ TEST(StringAdditions, FirstLetterCaseWorksOnWholeCharacters) {
     EXPECT_EQ(str::lowercasingFirstLetter("Hello World"), "hello World");
     EXPECT_EQ(str::lowercasingFirstLetter("ÉCOLE"), "éCOLE");
     EXPECT_EQ(str::lowercasingFirstLetter("🇫🇷France"), "🇫🇷France");
-    EXPECT_EQ(str::pluralized("track", 2), "tracks");
-    EXPECT_EQ(str::pluralized("track", 1), "track");
 }
 
 TEST(StringAdditions, CategoryKeysSkipLeadingSpecialCharacters) {
@@ -101,18 +82,14 @@ TEST(StringAdditions, CategoryKeysSkipLeadingSpecialCharacters) {
 }
 
 TEST(StringAdditions, CharacterClassTests) {
-    EXPECT_FALSE(str::containsSpecialCharacters("abcXYZ019"));
-    EXPECT_FALSE(str::containsSpecialCharacters(""));
-    EXPECT_TRUE(str::containsSpecialCharacters("abc def"));
-    EXPECT_TRUE(str::containsSpecialCharacters("é"));
-    EXPECT_TRUE(str::containsSpecialCharacters("a\nb"));
-    // Whole-text match: "." does not cross line breaks.
-    EXPECT_FALSE(str::containsSpecialCharacters("a\nb\nc"));
+    for (const char* no : {"abcXYZ019", "", "a\nb\nc"}) {  // "." does not cross line breaks
+        EXPECT_FALSE(str::containsSpecialCharacters(no)) << no;
+    }
+    for (const char* yes : {"abc def", "é", "a\nb"})
+        EXPECT_TRUE(str::containsSpecialCharacters(yes));
 
     EXPECT_TRUE(str::isNumeric("0123"));
-    EXPECT_FALSE(str::isNumeric("12.5"));
-    EXPECT_FALSE(str::isNumeric("١٢"));
-    EXPECT_FALSE(str::isNumeric(""));
+    for (const char* no : {"12.5", "١٢", ""}) EXPECT_FALSE(str::isNumeric(no)) << no;
     EXPECT_TRUE(str::isAlphabetical("abcXYZ"));
     EXPECT_FALSE(str::isAlphabetical("abc1"));
     EXPECT_FALSE(str::isAlphabetical("é"));
@@ -125,15 +102,12 @@ TEST(StringAdditions, CharacterClassTests) {
 }
 
 TEST(StringAdditions, SearchNormalisationTransliteratesStripsAndLowerCases) {
+    // clang-format off
     const std::pair<const char*, const char*> cases[] = {
-        {"Björk Guðmundsdóttir", "bjork gudmundsdottir"},
-        {"Beyoncé", "beyonce"},
-        {"Mötley Crüe", "motley crue"},
-        {"Москва", "moskva"},
-        {"ÆON", "aeon"},
-        {"plain", "plain"},
-        {"", ""},
+        {"Björk Guðmundsdóttir", "bjork gudmundsdottir"}, {"Mötley Crüe", "motley crue"},
+        {"Москва", "moskva"}, {"ÆON", "aeon"}, {"", ""},
     };
+    // clang-format on
     for (const auto& [input, expected] : cases) {
         EXPECT_EQ(str::normalizedForSearch(input), expected) << input;
     }
@@ -168,14 +142,10 @@ TEST(StringAdditions, OptionalTextsPrefixesAndConcatenation) {
     EXPECT_EQ(str::nonEmptyString(" "), " ");
     EXPECT_EQ(str::nonEmptyTrimmedString("  a b \n"), "a b");
     EXPECT_EQ(str::nonEmptyTrimmedString(" \u3000\n"), std::nullopt);
-    EXPECT_TRUE(str::isNonempty("x"));
     EXPECT_FALSE(str::isNonempty(""));
-    EXPECT_FALSE(str::isNonempty(std::nullopt));
     EXPECT_EQ(str::deletePrefix("spotlight:123", "spotlight:"), "123");
     EXPECT_EQ(str::deletePrefix("spotlight:123", "x"), "spotlight:123");
     EXPECT_EQ(str::deletePrefix("abc", ""), "abc");
-    EXPECT_EQ(str::prepending("b", "a"), "ab");
-    EXPECT_EQ(str::appending("a", "b"), "ab");
 }
 
 TEST(StringAdditions, SubstringsCountWholeCharacters) {
@@ -193,7 +163,6 @@ TEST(StringAdditions, SubstringsCountWholeCharacters) {
     EXPECT_EQ(str::from(text, 0), text);
     EXPECT_EQ(str::from(text, 2), "e\u0301🇫🇷👩‍👩‍👧z");
     EXPECT_EQ(str::from(text, 4), "👩‍👩‍👧z");
-    EXPECT_EQ(str::from(text, 5), "z");
     EXPECT_EQ(str::from(text, 6), "");
     EXPECT_EQ(str::from(text, 7), std::nullopt);
     EXPECT_EQ(str::from(text, -1), std::nullopt);
@@ -202,8 +171,6 @@ TEST(StringAdditions, SubstringsCountWholeCharacters) {
 }
 
 TEST(StringAdditions, JsonEscapingWritesWhatThePlatformSerialiserWrites) {
-    EXPECT_EQ(str::jsonEscaped("plain"), "plain");
-    EXPECT_EQ(str::jsonEscaped(""), "");
     EXPECT_EQ(str::jsonEscaped("a\"b\\c/d"), "a\\\"b\\\\c\\/d");
     EXPECT_EQ(str::jsonEscaped("http://x/y"), "http:\\/\\/x\\/y");
     EXPECT_EQ(str::jsonEscaped("\n\r\t\b\f"), "\\n\\r\\t\\b\\f");
@@ -219,11 +186,6 @@ TEST(StringAdditions, AnyStringCanBeUsedAsAnError) {
     EXPECT_EQ(str::errorDescription(error), "no connection");
     EXPECT_EQ(error, str::asError("something else"));  // same domain and code
     EXPECT_EQ(str::errorDescription(ov::Error("other", 1, "x")), std::nullopt);
-    try {
-        throw str::asError("thrown");
-    } catch (const ov::Error& caught) {
-        EXPECT_EQ(str::errorDescription(caught), "thrown");
-    }
 }
 
 TEST(StringAdditions, SharedTransformAndIteratorsWorkFromManyThreads) {

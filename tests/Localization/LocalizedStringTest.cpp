@@ -39,9 +39,10 @@ TEST(LocalizedStringFilterTest, SettingsNeedAnInteger) {
     };
     EXPECT_EQ(from({{"OVLocalizedStringsPercent", 30}}).percent(), 30);
     EXPECT_EQ(from({{"OVLocalizedStringsPercent", 0}}).percent(), 0);
-    EXPECT_FALSE(from({{"OVLocalizedStringsPercent", "30"}}).isOn());
-    EXPECT_FALSE(from({{"OVLocalizedStringsPercent", 30.0}}).isOn());
-    EXPECT_FALSE(from({{"OVLocalizedStringsPercent", true}}).isOn());
+    for (const nlohmann::json& bad :
+         {nlohmann::json("30"), nlohmann::json(30.0), nlohmann::json(true)}) {
+        EXPECT_FALSE(from({{"OVLocalizedStringsPercent", bad}}).isOn()) << bad;
+    }
     EXPECT_FALSE(from(nlohmann::json::object()).isOn());
 }
 
@@ -59,7 +60,6 @@ TEST(LocalizedStringFilterTest, GrowthFollowsThePercentage) {
         icu::UnicodeString::fromUTF8(out.substr(2 + text.size(), out.size() - 4 - text.size()));
     EXPECT_EQ(extra.countChar32(), 6);
     auto capitals = icu::UnicodeString::fromUTF8(PseudoLocalizationFilter::kLookAlikeCapitals);
-    EXPECT_EQ(capitals.countChar32(), 26);
     for (int32_t i = 0; i < extra.length(); i = extra.moveIndex32(i, 1)) {
         EXPECT_GE(capitals.indexOf(extra.char32At(i)), 0);
     }
@@ -76,6 +76,11 @@ TEST(LocalizedStringFilterTest, GrowthFollowsThePercentage) {
         distinct.insert(filtered);
     }
     EXPECT_EQ(distinct.size(), 3u);
+    // 1 % over 10000 characters: about 100 added (5 standard deviations from 50 or 150).
+    const std::string few = PseudoLocalizationFilter(1).apply(std::string(10000, 'a'));
+    const auto fewAdded = icu::UnicodeString::fromUTF8(few.substr(10002, few.size() - 10004));
+    EXPECT_GT(fewAdded.countChar32(), 50);
+    EXPECT_LT(fewAdded.countChar32(), 150);
 }
 
 class LocalizedStringTest : public ::testing::Test {
@@ -85,15 +90,8 @@ class LocalizedStringTest : public ::testing::Test {
 };
 
 TEST_F(LocalizedStringTest, AccessorsReturnTheTableText) {
-    auto table = LocalizedString::bundle()->stringsTable("", "en");
-    ASSERT_TRUE(table);
-    EXPECT_EQ(LocalizedString::badgeNew(), *table->value("BadgeNew"));
     EXPECT_EQ(LocalizedString::badgeNew(), "New");
     EXPECT_EQ(LocalizedString::delete_(), "Delete");
-    EXPECT_EQ(LocalizedString::aToZ(), "A to Z");
-    EXPECT_EQ(LocalizedString::why(), "Why?");
-    EXPECT_EQ(LocalizedString::functionalityDisabledForDemonstrationPurposes(),
-              *table->value("functionalityDisabledForDemonstrationPurposes"));
     // Same name, with and without placeholders.
     EXPECT_EQ(LocalizedString::artists(), "Artists");
     EXPECT_EQ(LocalizedString::artists(12), "12 Artists");

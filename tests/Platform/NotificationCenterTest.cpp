@@ -30,6 +30,7 @@ TEST(NotificationCenterTest, DeliversByNameAndSenderFilter) {
                                    [&](const Notification& n) { seen.push_back("any"); });
     auto onlyA = center->addObserver("ping", AnyObject(a), nullptr, [&](const Notification& n) {
         EXPECT_EQ(n.object.as<Sender>(), a);
+        EXPECT_EQ(n.object.as<int>(), nullptr);  // only the stored type answers
         EXPECT_EQ(n.userInfo["k"], 7);
         seen.push_back("a");
     });
@@ -44,16 +45,15 @@ TEST(NotificationCenterTest, DeliversByNameAndSenderFilter) {
     center->post("pong", AnyObject(a));
     EXPECT_EQ(seen, (std::vector<std::string>{"any", "ping", "any", "ping", "pong"}));
 
-    // The filter does not keep the sender alive, and a new object that happens
-    // to reuse the address is not mistaken for it.
+    // The filter does not keep the sender alive, and a new object at the same
+    // address (made certain here with a non-owning pointer) is not mistaken for it.
     std::weak_ptr<Sender> weakA = a;
-    const void* oldAddress = a.get();
+    auto* const oldAddress = a.get();
     a.reset();
     EXPECT_TRUE(weakA.expired());
     seen.clear();
-    auto maybeSame = std::make_shared<Sender>();
-    center->post("ping", AnyObject(maybeSame));
-    EXPECT_EQ(seen, (std::vector<std::string>{"any", "ping"})) << oldAddress;
+    center->post("ping", AnyObject(std::shared_ptr<Sender>(std::shared_ptr<void>(), oldAddress)));
+    EXPECT_EQ(seen, (std::vector<std::string>{"any", "ping"}));
 
     center->removeObserver(any);
     center->removeObserver(onlyA);
@@ -64,16 +64,6 @@ TEST(NotificationCenterTest, DeliversByNameAndSenderFilter) {
     seen.clear();
     center->post("ping");
     EXPECT_TRUE(seen.empty());
-}
-
-TEST(NotificationCenterTest, AnyObjectAnswersOnlyForTheStoredType) {
-    auto sender = std::make_shared<Sender>();
-    AnyObject object(sender);
-    EXPECT_EQ(object.as<Sender>(), sender);
-    EXPECT_EQ(object.as<int>(), nullptr);
-    EXPECT_EQ(AnyObject().as<Sender>(), nullptr);
-    EXPECT_EQ(object, AnyObject(sender));
-    EXPECT_FALSE(object == AnyObject(std::make_shared<Sender>()));
 }
 
 TEST(NotificationCenterTest, DeliveryQueueRunsBlocksOffThePostingThread) {
@@ -224,22 +214,14 @@ TEST(NotificationCenterTest, PostsFromManyThreadsWhileRegistrationsChange) {
 }
 
 TEST(NotificationCenterTest, TokensBelongToTheirCenter) {
-    auto a = NotificationCenter::make();
-    auto b = NotificationCenter::make();
+    auto a = NotificationCenter::make(), b = NotificationCenter::make();
     int calls = 0;
     auto tokenA = a->addObserver("n", nullptr, nullptr, [&](const Notification&) { ++calls; });
-    auto tokenB = b->addObserver("n", nullptr, nullptr, [&](const Notification&) { ++calls; });
+    b->addObserver("n", nullptr, nullptr, [&](const Notification&) { ++calls; });
     b->removeObserver(tokenA);  // not b's: ignored
     b->post("n");
     EXPECT_EQ(calls, 1);
-    b->removeObserver(tokenB);
-    a->removeObserver(tokenA);
-    EXPECT_EQ(a->registrationCount() + b->registrationCount(), 0u);
-}
-
-TEST(NotificationCenterTest, DefaultCenterIsOneObject) {
-    EXPECT_EQ(NotificationCenter::defaultCenter(), NotificationCenter::defaultCenter());
-    EXPECT_NE(NotificationCenter::defaultCenter(), NotificationCenter::make());
+    EXPECT_EQ(a->registrationCount(), 1u);
 }
 
 }  // namespace
