@@ -46,7 +46,7 @@ else()
   set(OV_PC_REQUIRES "spdlog fmt nlohmann_json icu-uc icu-i18n libcrypto harfbuzz freetype2 fontconfig liburiparser")
   set(OV_PC_REQUIRES_PRIVATE "")
   # The export macros of a static library expand to nothing.
-  set(OV_PC_CFLAGS "-DOVLOG_STATIC_DEFINE -DOVUTILITY_STATIC_DEFINE")
+  set(OV_PC_CFLAGS " -DOVLOG_STATIC_DEFINE -DOVUTILITY_STATIC_DEFINE")
 endif()
 file(RELATIVE_PATH OV_PC_TO_PREFIX /root/${CMAKE_INSTALL_LIBDIR}/pkgconfig /root)
 string(REGEX REPLACE "/$" "" OV_PC_TO_PREFIX "${OV_PC_TO_PREFIX}")
