@@ -11,6 +11,7 @@
 #include <string>
 
 #include "OVUtility/Platform/Fatal.h"
+#include "OVUtility/Platform/InterleavingPoint.h"
 #include "OVUtility/Platform/MainRunLoop.h"
 #include "OVUtility/Platform/MainRunLoopAccess.h"
 #include "OVUtility/Platform/TimerScheduler.h"
@@ -56,12 +57,18 @@ size_t MainQueuePort::perform() {
     if (!MainRunLoop::isMainThread()) fatal("MainQueuePort::perform called off the main thread");
     // Due timers submit their blocks first, so that they run in this turn.
     TimerScheduler::shared().fireDueMain();
-    // Then clear, before counting: anything submitted from here on signals
-    // again, and everything submitted before is counted below.
-    if (int fd = portFd.load(); fd >= 0 && portSignaled.exchange(false)) {
+    // Then clear, before counting: drain the descriptor first and lower the
+    // flag after, so that a signal skipped because the flag was still up
+    // belongs to a block submitted before the count below, and any later
+    // submission writes the descriptor again. (Lowering the flag first let a
+    // write that landed between the two be drained with the flag left up:
+    // every later signal was then skipped and the host loop slept on work.)
+    if (int fd = portFd.load(); fd >= 0) {
         eventfd_t value;
         while (::eventfd_read(fd, &value) != 0 && errno == EINTR) {
         }
+        OV_INTERLEAVING_POINT("MainQueuePort.perform.drained");
+        portSignaled.store(false);
     }
     // Only the blocks ready now, as MainRunLoop::drain: a block that
     // re-submits itself cannot starve the host loop's other sources.

@@ -22,11 +22,9 @@ TEST(CacheStoreData, AccessCountingProtectsTheContent) {
     Box box("payload");
     EXPECT_TRUE(box.beginContentAccess());
     EXPECT_TRUE(box.beginContentAccess());
-    box.discardContentIfPossible();
-    EXPECT_EQ(box.data(), "payload");
     box.endContentAccess();
     box.discardContentIfPossible();
-    EXPECT_FALSE(box.isContentDiscarded());  // one access still open
+    EXPECT_EQ(box.data(), "payload");  // one access still open
     box.endContentAccess();
     box.discardContentIfPossible();
     EXPECT_TRUE(box.isContentDiscarded());
@@ -150,22 +148,6 @@ TEST(MemoryPressureMonitor, ArmsPressureStallTriggerWhereAvailable) {
     EXPECT_EQ(ov::MemoryPressureMonitor::start(options), ov::MemoryPressureMonitor::Source::none);
 }
 
-TEST(MemoryPressureMonitor, StartAndStopFromSeveralThreads) {
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 2; ++t) {
-        threads.emplace_back([] {
-            for (int i = 0; i < 20; ++i) {
-                ov::MemoryPressureMonitor::start();
-                ov::MemoryPressureMonitor::simulateMemoryWarning();
-                if (i % 3 == 0) ov::MemoryPressureMonitor::stop();
-            }
-        });
-    }
-    for (auto& th : threads) th.join();
-    ov::MemoryPressureMonitor::stop();
-    EXPECT_EQ(ov::MemoryPressureMonitor::activeSource(), ov::MemoryPressureMonitor::Source::none);
-}
-
 TEST(CacheStore, StoresRemovesAndEmptiesOnMemoryWarning) {
     auto center = ov::NotificationCenter::make();
     auto store = ov::CacheStore<std::string, int>::make(nullptr, center);
@@ -203,26 +185,29 @@ TEST(CacheStore, DefaultStoreListensToTheMonitor) {
     EXPECT_EQ(store->get(1), std::nullopt);
 }
 
-TEST(CacheStore, ConcurrentReadersWritersAndWarnings) {
+// Values are written under the key they belong to: a read of another key's
+// value (a torn or misplaced entry) shows, whatever warnings and evictions do.
+TEST(CacheStore, ConcurrentReadersWritersAndWarningsSeeOnlyOwnValues) {
     auto center = ov::NotificationCenter::make();
     auto store = ov::CacheStore<int, int>::make(nullptr, center);
     store->cache()->setCountLimit(64);
+    std::atomic<int> misplaced{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 3; ++t) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < 5000; ++i) {
-                const int key = (i * 7 + t) % 100;
-                if (t == 0) {
+                const int key = i % 100;
+                if (t == 0)
                     store->set(key, i);
-                } else if (auto v = store->get(key)) {
-                    ASSERT_GE(*v, 0);
-                }
+                else if (auto v = store->get(key); v && *v % 100 != key)
+                    misplaced++;
                 if (t == 2 && i % 500 == 0) center->post(kWarning);
                 if (t == 1 && i % 700 == 0) store->cache()->evictUnderMemoryPressure();
             }
         });
     }
     for (auto& th : threads) th.join();
+    EXPECT_EQ(misplaced.load(), 0);
     EXPECT_LE(store->cache()->count(), 64u);
 }
 

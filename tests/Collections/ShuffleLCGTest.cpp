@@ -36,10 +36,7 @@ TEST(ShuffleLCG, ReferencePermutationsAndSeedReplay) {
 
     // Replaying a remembered currentSeed rebuilds the same order.
     const std::uint32_t remembered = lcg.currentSeed();
-    lcg.setInitialSeed(1);
-    std::vector<int> c{0, 1, 2, 3, 4};
-    lcg.shuffle(c);
-    EXPECT_EQ(c, (std::vector<int>{2, 0, 4, 3, 1}));
+    lcg.shuffle(a);
     lcg.setInitialSeed(remembered);
     std::vector<int> d{0, 1, 2, 3, 4};
     lcg.shuffle(d);
@@ -65,14 +62,12 @@ TEST(ShuffleLCG, ShortArraysStillRecordTheSeed) {
     EXPECT_EQ(lcg.seed(), running);  // no generator step was taken
 
     // A large shuffle is still a permutation.
-    std::vector<int> many(50000);
-    std::iota(many.begin(), many.end(), 0);
+    std::vector<int> sorted(50000);
+    std::iota(sorted.begin(), sorted.end(), 0);
+    auto many = sorted;
     lcg.shuffle(many);
-    EXPECT_FALSE(std::is_sorted(many.begin(), many.end()));
-    std::sort(many.begin(), many.end());
-    EXPECT_EQ(many.front(), 0);
-    EXPECT_EQ(std::adjacent_find(many.begin(), many.end()), many.end());
-    EXPECT_EQ(many.back(), 49999);
+    EXPECT_NE(many, sorted);
+    EXPECT_TRUE(std::is_permutation(many.begin(), many.end(), sorted.begin()));
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-// OverwritingDictionary, Boxable/Box, UndoStack and Change.
+// OverwritingDictionary, Boxable/Box and UndoStack.
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "OVUtility/Collections/Boxable.h"
-#include "OVUtility/Collections/Change.h"
 #include "OVUtility/Collections/OverwritingDictionary.h"
 #include "OVUtility/Collections/UndoStack.h"
 
@@ -64,12 +63,9 @@ TEST(Boxable, EqualityAndFailableCreation) {
     EXPECT_EQ(TrackId::make(std::optional<std::string>{"x"})->rawValue(), "x");
 
     auto a = ov::Box<int>::make(5);
-    auto b = ov::Box<int>::make(5);
-    EXPECT_NE(a, b);    // two objects...
-    EXPECT_EQ(*a, *b);  // ...equal through their raw values
+    EXPECT_EQ(*a, *ov::Box<int>::make(std::optional<int>{5}));  // equal through raw values
     EXPECT_FALSE(*a == *ov::Box<int>::make(6));
     EXPECT_EQ(ov::Box<int>::make(std::optional<int>{}), nullptr);
-    EXPECT_EQ(ov::Box<int>::make(std::optional<int>{7})->rawValue(), 7);
 }
 
 TEST(UndoStack, RollbackRunsNewestFirstAndRereadsDepth) {
@@ -99,11 +95,9 @@ TEST(UndoStack, RollbackRunsNewestFirstAndRereadsDepth) {
 
     ran.clear();
     stack.registerUndo([&] { ran.push_back("x"); });
-    stack.registerUndo(ov::UndoableOperation::make("y", [&] { ran.push_back("y"); }));
     stack.dropAll();
     stack.rollback();
     EXPECT_TRUE(ran.empty());
-    EXPECT_EQ(stack.depth(), 0);
 }
 
 TEST(UndoStack, DescriptionText) {
@@ -115,13 +109,6 @@ TEST(UndoStack, DescriptionText) {
               "UndoStack:\n  Depth: 2\n  Deque:\n    DoublyLinkedList: [\n      a\n      b\n]");
     stack.registerUndo([] {});
     EXPECT_NE(stack.description().find("      No description\n]"), std::string::npos);
-}
-
-TEST(Change, HoldsBothSides) {
-    ov::Change<int> c(2, std::nullopt);
-    EXPECT_EQ(c.newValue(), 2);
-    EXPECT_EQ(c.oldValue(), std::nullopt);
-    EXPECT_EQ(c, (ov::Change<int>(2, std::nullopt)));
 }
 
 }  // namespace

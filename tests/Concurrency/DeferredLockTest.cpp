@@ -22,8 +22,6 @@ struct Delivery {
 
 TEST(DeferredLockTest, OnlyTheFirstBlockAfterUnlockGetsTheContext) {
     auto lock = DeferredLock<std::string>::make("deferred");
-    EXPECT_EQ(lock->operationQueue()->maxConcurrentOperationCount(), 1);
-    EXPECT_EQ(lock->operationQueue()->name(), std::optional<std::string>("deferred"));
     std::vector<Delivery> deliveries;
     lock->lock();
     for (int i = 0; i < 3; ++i) {

@@ -3,14 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 
 #include "OVUtility/Concurrency/DispatchQueueReaderWriter.h"
 #include "OVUtility/Platform/OperationQueue.h"
 #include "support/Eventually.h"
+#include "support/Gate.h"
 
 using namespace ov;
 
@@ -27,8 +26,7 @@ TEST(DispatchQueueReaderWriterTest, InsideAnOperationOnTheQueueBothRunInline) {
     auto rw = DispatchQueue::make("rw", DispatchQueue::Attributes::concurrent);
     auto ops = OperationQueue::make("on-rw");
     ops->setUnderlyingQueue(rw);
-    int value = 0;
-    int readBack = -1;
+    int value = 0, readBack = -1;
     std::thread::id writer, reader, self;
     ops->addOperation([&] {
         self = std::this_thread::get_id();
@@ -50,27 +48,18 @@ TEST(DispatchQueueReaderWriterTest, InsideAnOperationOnTheQueueBothRunInline) {
 
 TEST(DispatchQueueReaderWriterTest, FromOutsideWritesAreBarriersBehindRunningReaders) {
     auto rw = DispatchQueue::make("rw", DispatchQueue::Attributes::concurrent);
-    std::mutex m;
-    std::condition_variable cv;
-    bool release = false;
-    std::atomic<bool> readerIn{false};
+    ovtest::Gate readerIn, release;
     std::thread reader([&] {
         concurrentRead(*rw, [&] {
-            readerIn = true;
-            std::unique_lock lock(m);
-            cv.wait_for(lock, std::chrono::seconds(10), [&] { return release; });
-            return 0;
+            readerIn.open();
+            return release.wait();
         });
     });
-    ASSERT_TRUE(ovtest::eventually([&] { return readerIn.load(); }));
+    ASSERT_TRUE(readerIn.wait());
     std::atomic<bool> written{false};
     exclusiveWrite(*rw, [&] { written = true; });  // returns while the reader holds the queue
     EXPECT_FALSE(ovtest::eventually([&] { return written.load(); }, 0.2));
-    {
-        std::lock_guard lock(m);
-        release = true;
-    }
-    cv.notify_all();
+    release.open();
     reader.join();
     EXPECT_TRUE(ovtest::eventually([&] { return written.load(); }));
     EXPECT_EQ(concurrentRead(*rw, [] { return 5; }), 5);

@@ -10,6 +10,7 @@
 
 #include "OVUtility/Platform/DispatchQueue.h"
 #include "OVUtility/Platform/MainQueuePort.h"
+#include "support/Interleaving.h"
 
 using ov::DispatchQueue;
 using ov::DispatchTime;
@@ -55,6 +56,25 @@ TEST(MainQueuePort, DescriptorTracksReadyWorkAcrossSuspendAndThreads) {
     poster.join();
     MainQueuePort::perform();
     EXPECT_EQ(ran, 4);
+
+    // A submission that lands while perform() clears the descriptor is run
+    // in that turn, and the next one still wakes the loop (it used to find
+    // the flag left up with the descriptor drained, and the loop slept).
+    if (ov::interleaving::available()) {
+        main->async([&] { ++ran; });
+        ovtest::PointHold hold("MainQueuePort.perform.drained");
+        std::thread racer([&] {
+            EXPECT_TRUE(hold.waitReached());
+            main->async([&] { ++ran; });
+            hold.release();
+        });
+        EXPECT_EQ(MainQueuePort::perform(), 2u);
+        racer.join();
+        std::thread([&] { main->async([&] { ++ran; }); }).join();
+        EXPECT_TRUE(readable(2000));
+        MainQueuePort::perform();
+        EXPECT_EQ(ran, 7);
+    }
 }
 
 TEST(MainQueuePort, TimeoutFollowsTheEarliestMainQueueTimerAndPerformFiresIt) {

@@ -242,30 +242,6 @@ TEST(StandardAsyncClosureTaskTest, ExecuteOnMainQueueRunsTheClosureOnTheMainThre
     EXPECT_TRUE(onMain.load());
 }
 
-TEST(StandardTaskTest, AnotherExecutorReceivesExecuteAndAbort) {
-    auto executor = std::make_shared<RecordingExecutor>();
-    auto task = StandardClosureTask::make([](GeneralTask&) { return succeeded(); });
-    task->setTaskExecutor(executor);
-    task->execute();
-    ASSERT_EQ(executor->added.size(), 1u);
-    EXPECT_EQ(executor->added[0].get(), static_cast<OperationTask*>(task.get()));
-    // Known to the executor: cancelled through it.
-    executor->known.insert(task->taskId());
-    task->abort(Error{"a", 1});
-    ASSERT_EQ(executor->cancelled.size(), 1u);
-    EXPECT_FALSE(task->markCancelled());
-    // Unknown: cancels itself and never asks the executor to cancel.
-    executor->known.clear();
-    task->abort(Error{"a", 2});
-    EXPECT_EQ(executor->cancelled.size(), 1u);
-    EXPECT_TRUE(task->markCancelled());
-    EXPECT_EQ(task->result()->error(), (std::optional<Error>(Error{"a", 2})));
-    // The executor keeps what it was given and the task keeps its executor.
-    task->setTaskExecutor(nullptr);
-    executor->added.clear();
-    executor->pendingAsync.clear();
-}
-
 TEST(DynamicTaskTest, PausingRulesWithoutAndWithAnOperation) {
     // No operation: nothing to pause, nothing blocks.
     auto lone = DynamicTask::make();
