@@ -14,10 +14,11 @@
 #include <spdlog/sinks/base_sink.h>
 
 #include "OVLog/OVLog.h"
+#include "OVLog/OVLogExport.h"
 
 namespace ovlog {
 
-struct Record {
+struct OVLOG_API Record {
     Level level = Level::verbose;
     std::string module;
     std::string unit;
@@ -26,7 +27,7 @@ struct Record {
     std::string message;
 };
 
-class CaptureSink final : public spdlog::sinks::base_sink<std::mutex> {
+class OVLOG_API CaptureSink final : public spdlog::sinks::base_sink<std::mutex> {
   public:
     // A guard that adds a new capture sink and removes it when destroyed.
     class Attachment {

@@ -25,6 +25,8 @@
 
 #include <fmt/format.h>
 
+#include "OVLog/OVLogExport.h"
+
 namespace spdlog::sinks {
 class sink;
 }
@@ -33,11 +35,11 @@ namespace ovlog {
 
 enum class Level : int { verbose = 0, debug = 1, warning = 2, error = 3, off = 4 };
 
-std::string_view toString(Level level);
+OVLOG_API std::string_view toString(Level level);
 
 // A named log module. Modules live for the whole process; `named` returns the
 // same object for the same name, so handles may be cached in statics.
-class Module {
+class OVLOG_API Module {
   public:
     static Module& named(std::string_view name);
 
@@ -73,7 +75,7 @@ constexpr std::string_view unitName(std::string_view path) {
     return path;
 }
 
-class OLog {
+class OVLOG_API OLog {
   public:
     // True when a line of `level` in `module` would be written.
     static bool isEnabled(Level level, const Module& module) {

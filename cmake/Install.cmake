@@ -15,6 +15,10 @@ install(DIRECTORY OVLog/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/OVLog FILES_MAT
 install(DIRECTORY OVUtility/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/OVUtility
   FILES_MATCHING PATTERN "*.h" PATTERN "*.def"
   PATTERN "Resources" EXCLUDE)
+# The generated export macro headers.
+install(FILES ${OV_EXPORT_INCLUDE_DIR}/OVLog/OVLogExport.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/OVLog)
+install(FILES ${OV_EXPORT_INCLUDE_DIR}/OVUtility/OVUtilityExport.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/OVUtility)
 install(EXPORT OVUtilityTargets NAMESPACE OVUtility:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/OVUtility)
 
 configure_package_config_file(cmake/OVUtilityConfig.cmake.in
@@ -34,12 +38,15 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/OVUtilityConfig.cmake
 
 # pkg-config: a static library needs its private dependencies on the link
 # line of whoever links it, a shared one does not.
+set(OV_PC_CFLAGS "")
 if(BUILD_SHARED_LIBS)
   set(OV_PC_REQUIRES "spdlog fmt nlohmann_json")
   set(OV_PC_REQUIRES_PRIVATE "icu-uc icu-i18n libcrypto harfbuzz freetype2 fontconfig liburiparser")
 else()
   set(OV_PC_REQUIRES "spdlog fmt nlohmann_json icu-uc icu-i18n libcrypto harfbuzz freetype2 fontconfig liburiparser")
   set(OV_PC_REQUIRES_PRIVATE "")
+  # The export macros of a static library expand to nothing.
+  set(OV_PC_CFLAGS " -DOVLOG_STATIC_DEFINE -DOVUTILITY_STATIC_DEFINE")
 endif()
 file(RELATIVE_PATH OV_PC_TO_PREFIX /root/${CMAKE_INSTALL_LIBDIR}/pkgconfig /root)
 string(REGEX REPLACE "/$" "" OV_PC_TO_PREFIX "${OV_PC_TO_PREFIX}")

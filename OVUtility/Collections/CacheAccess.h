@@ -22,9 +22,11 @@
 #include <type_traits>
 #include <utility>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class CacheAccess {
+class OV_API CacheAccess {
   public:
     // A non-owning reference to a read body (no allocation per read).
     class ReadBody {

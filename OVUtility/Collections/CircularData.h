@@ -19,9 +19,11 @@
 #include <string_view>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class CircularData {
+class OV_API CircularData {
   public:
     explicit CircularData(std::int64_t byteCount);
 

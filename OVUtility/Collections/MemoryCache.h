@@ -33,6 +33,7 @@
 #include "OVUtility/Collections/CacheAccess.h"
 #include "OVUtility/Collections/MemoryCacheItem.h"
 #include "OVUtility/Concurrency/DispatchQueueReaderWriter.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
@@ -43,7 +44,7 @@ enum class MemoryCacheThreadSafePolicy { strict, fast };
 // ov::concurrentRead (sync, or inline from an operation running on the
 // queue), writes through ov::exclusiveWrite (an asynchronous barrier, or
 // inline from such an operation).
-class DispatchQueueCacheAccess final : public CacheAccess {
+class OV_API DispatchQueueCacheAccess final : public CacheAccess {
   public:
     explicit DispatchQueueCacheAccess(std::shared_ptr<DispatchQueue> queue)
         : queue_(std::move(queue)) {}

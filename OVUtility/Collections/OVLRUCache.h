@@ -39,11 +39,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 namespace detail {
 // Logs why a coded LRU cache was refused (kept out of line: one log module).
-void logLRUCacheDecodeFailure(const std::string& reason);
+OV_API void logLRUCacheDecodeFailure(const std::string& reason);
 
 template <typename T>
 bool sameObject(const std::shared_ptr<T>& a, const std::shared_ptr<T>& b) {

@@ -41,6 +41,7 @@
 #include <fmt/format.h>
 
 #include "OVUtility/Collections/Description.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Date.h"
 #include "OVUtility/Platform/RecursiveSpinLock.h"
 
@@ -48,15 +49,16 @@ namespace ov {
 
 namespace detail {
 // Now, but strictly later than every date returned before in this process.
-Date priorityQueueNodeCreationDate();
+OV_API Date priorityQueueNodeCreationDate();
 // Parent position arithmetic: (i - 1) as float, halved, floored into 32 bits.
-std::int64_t priorityQueueParentIndex(std::int64_t index);
+OV_API std::int64_t priorityQueueParentIndex(std::int64_t index);
 // The same, with integers where single precision is exact (up to 2^24).
 inline std::int64_t priorityQueueParentIndexFast(std::int64_t index) {
     if (index >= 1 && index <= (std::int64_t{1} << 24)) return (index - 1) >> 1;
     return priorityQueueParentIndex(index);
 }
-void logPriorityQueueIndexRefused(const char* function, std::int64_t index, std::size_t count);
+OV_API void logPriorityQueueIndexRefused(const char* function, std::int64_t index,
+                                         std::size_t count);
 }  // namespace detail
 
 // One queued object with its priority, creation time and tie-break mode.

@@ -18,6 +18,7 @@
 #include <string>
 
 #include "OVUtility/Collections/Deque.h"
+#include "OVUtility/OVUtilityExport.h"
 
 namespace ov {
 
@@ -41,7 +42,7 @@ class UndoableOperation {
     Block block_;
 };
 
-class UndoStack {
+class OV_API UndoStack {
   public:
     UndoStack() = default;
 

@@ -26,13 +26,14 @@
 #include <unordered_map>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
 namespace detail {
 // The per-instance queue of WeakObjects (label, serial, default global target).
-std::shared_ptr<DispatchQueue> makeWeakObjectsQueue();
+OV_API std::shared_ptr<DispatchQueue> makeWeakObjectsQueue();
 }  // namespace detail
 
 template <typename T>

@@ -11,11 +11,12 @@
 
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchSource.h"
 
 namespace ov {
 
-class BlockTimer {
+class OV_API BlockTimer {
   public:
     virtual ~BlockTimer() = default;
     virtual void invalidate() = 0;
@@ -29,7 +30,7 @@ inline void invalidate(DispatchSource& source) {
 }
 
 // A dispatch timer source seen as a BlockTimer. Destroying it cancels the source.
-class DispatchSourceTimer final : public BlockTimer {
+class OV_API DispatchSourceTimer final : public BlockTimer {
   public:
     explicit DispatchSourceTimer(std::shared_ptr<DispatchSource> source)
         : source_(std::move(source)) {}

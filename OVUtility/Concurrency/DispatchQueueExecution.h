@@ -15,28 +15,29 @@
 
 #include <type_traits>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
 // True when the calling code runs on the main queue.
-bool isOnMainQueue();
+OV_API bool isOnMainQueue();
 
 // True when the calling code runs on `queue` (directly or through a queue
 // that targets it).
-bool isRunningOn(DispatchQueue& queue);
+OV_API bool isRunningOn(DispatchQueue& queue);
 
 // On the main queue: runs `block` at once. Elsewhere: submits it to the main
 // queue, with `sync` when `blocking` (the main queue must be pumped), else `async`.
-void executeOnMainQueue(bool blocking, DispatchBlock block);
+OV_API void executeOnMainQueue(bool blocking, DispatchBlock block);
 
 // On the main queue: submits `block` to the default global queue, with
 // `sync` when `blocking`, else `async`. Elsewhere: runs it at once.
-void executeOnNonMainQueue(bool blocking, DispatchBlock block);
+OV_API void executeOnNonMainQueue(bool blocking, DispatchBlock block);
 
 // On `queue` already: runs `block` at once. Otherwise `sync` when
 // `blocking`, `async` when not.
-void execute(DispatchQueue& queue, bool blocking, DispatchBlock block);
+OV_API void execute(DispatchQueue& queue, bool blocking, DispatchBlock block);
 
 // On `queue` already: runs `block` at once; otherwise with `sync`. Returns
 // the block's result; exceptions pass through.

@@ -17,12 +17,13 @@
 #include <type_traits>
 #include <utility>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
 // True when the current operation queue runs on `queue`.
-bool isCurrentOperationQueueOn(const DispatchQueue& queue);
+OV_API bool isCurrentOperationQueueOn(const DispatchQueue& queue);
 
 // Runs `block` inline when on `queue` (see above), else with `sync`; returns
 // its result and lets its exception pass.
@@ -34,9 +35,9 @@ auto concurrentRead(DispatchQueue& queue, F&& block) -> std::invoke_result_t<F&>
 
 // Runs `block` inline when on `queue` (see above), else submits it as a
 // barrier block and returns.
-void exclusiveWrite(DispatchQueue& queue, DispatchBlock block);
+OV_API void exclusiveWrite(DispatchQueue& queue, DispatchBlock block);
 
 // The memory caches' shared concurrent queue, made once on first use.
-std::shared_ptr<DispatchQueue> memoryCacheAccess();
+OV_API std::shared_ptr<DispatchQueue> memoryCacheAccess();
 
 }  // namespace ov

@@ -17,12 +17,13 @@
 #include <functional>
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 #include "OVUtility/Platform/DispatchSource.h"
 
 namespace ov {
 
-class DispatchTimer {
+class OV_API DispatchTimer {
   public:
     DispatchTimer(double timeInterval, std::shared_ptr<DispatchQueue> queue, long long leeway,
                   std::function<void()> onEventHandler);

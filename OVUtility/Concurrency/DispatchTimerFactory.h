@@ -20,11 +20,12 @@
 #include <memory>
 
 #include "OVUtility/Concurrency/BlockTimer.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
-class DispatchTimerProvider {
+class OV_API DispatchTimerProvider {
   public:
     virtual ~DispatchTimerProvider() = default;
 
@@ -44,7 +45,7 @@ class DispatchTimerProvider {
     }
 };
 
-class DispatchTimerFactory final : public DispatchTimerProvider {
+class OV_API DispatchTimerFactory final : public DispatchTimerProvider {
   public:
     DispatchTimerFactory() = default;
     std::shared_ptr<BlockTimer> makeTimer(double interval, std::shared_ptr<DispatchQueue> queue,

@@ -5,11 +5,12 @@
 //   ov::MainThreadExecutor::performOnMainThread([] { refreshViews(); });
 #pragma once
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
-class MainThreadExecutor {
+class OV_API MainThreadExecutor {
   public:
     MainThreadExecutor() = delete;
     static void performOnMainThread(DispatchBlock block);

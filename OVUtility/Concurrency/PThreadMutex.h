@@ -21,9 +21,11 @@
 #include <type_traits>
 #include <utility>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class PThreadMutex {
+class OV_API PThreadMutex {
   public:
     // The two kinds, mapping to PTHREAD_MUTEX_NORMAL (0) and PTHREAD_MUTEX_RECURSIVE (2).
     enum class Type { normal, recursive };

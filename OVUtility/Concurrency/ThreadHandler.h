@@ -9,9 +9,11 @@
 // count does not fit a signed 64-bit integer ends the process.
 #pragma once
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class ThreadHandler {
+class OV_API ThreadHandler {
   public:
     ThreadHandler() = delete;
     static void pauseBackgroundThread(double seconds);

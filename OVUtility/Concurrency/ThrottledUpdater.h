@@ -36,11 +36,12 @@
 
 #include "OVUtility/Concurrency/BlockTimer.h"
 #include "OVUtility/Concurrency/DispatchTimerFactory.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
-class ThrottledUpdating {
+class OV_API ThrottledUpdating {
   public:
     virtual ~ThrottledUpdating() = default;
     // Requests an update: runs it now when not cooling down, else once when
@@ -52,8 +53,8 @@ class ThrottledUpdating {
     virtual void cancelUpdate() = 0;
 };
 
-class ThrottledUpdater final : public ThrottledUpdating,
-                               public std::enable_shared_from_this<ThrottledUpdater> {
+class OV_API ThrottledUpdater final : public ThrottledUpdating,
+                                      public std::enable_shared_from_this<ThrottledUpdater> {
   public:
     // The cooldown timer's leeway: 0.1 s.
     static constexpr long long kLeewayNanoseconds = 100'000'000;
@@ -89,7 +90,7 @@ class ThrottledUpdater final : public ThrottledUpdating,
     const std::shared_ptr<DispatchTimerProvider> timerProvider_;
 };
 
-class ThrottledUpdaterFactory {
+class OV_API ThrottledUpdaterFactory {
   public:
     ThrottledUpdaterFactory() = default;
     virtual ~ThrottledUpdaterFactory() = default;

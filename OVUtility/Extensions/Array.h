@@ -30,6 +30,8 @@
 #include <utility>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 namespace array_detail {
@@ -37,7 +39,7 @@ template <typename C>
 using Element = std::remove_cvref_t<std::ranges::range_value_t<C>>;
 
 // Logs a refused chunk size (kept out of line so that this header stays light).
-void logInvalidChunkSize(long long size);
+OV_API void logInvalidChunkSize(long long size);
 }  // namespace array_detail
 
 // ---------------------------------------------------------------- bridged category

@@ -27,12 +27,13 @@
 #include "OVUtility/Extensions/Color.h"
 #include "OVUtility/Extensions/Font.h"
 #include "OVUtility/Extensions/ParagraphStyle.h"
+#include "OVUtility/OVUtilityExport.h"
 
 namespace ov {
 
 // A set of attributes; an absent member is "not set" (layout uses the
 // default font and paragraph style, drawing the default colour).
-struct TextAttributes {
+struct OV_API TextAttributes {
     std::optional<Font> font = std::nullopt;
     std::optional<Color> foregroundColor = std::nullopt;
     std::optional<ParagraphStyle> paragraphStyle = std::nullopt;
@@ -52,7 +53,7 @@ struct TextRange {
     friend bool operator==(const TextRange&, const TextRange&) = default;
 };
 
-class AttributedString {
+class OV_API AttributedString {
   public:
     struct Run {
         TextRange range;

@@ -29,6 +29,7 @@
 #include <nlohmann/json.hpp>
 
 #include "OVUtility/Extensions/CaseIterable.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Error.h"
 
 namespace ov {
@@ -43,11 +44,11 @@ struct CaseIterable<BitrateType> {
 };
 
 // 32.0, 64.0 or 196.0.
-double rawValue(BitrateType type);
+OV_API double rawValue(BitrateType type);
 // The case whose raw value equals `kilobitsPerSecond` exactly, else nullopt.
-std::optional<BitrateType> bitrateType(double kilobitsPerSecond);
+OV_API std::optional<BitrateType> bitrateType(double kilobitsPerSecond);
 
-class Bitrate {
+class OV_API Bitrate {
   public:
     // Error codes of `decode` (domain "ov.DecodingError").
     static constexpr const char* kDecodingErrorDomain = "ov.DecodingError";
@@ -91,8 +92,8 @@ class Bitrate {
     double bitsPerSecond_ = 0.0;
 };
 
-void to_json(nlohmann::json& json, const Bitrate& bitrate);
-void from_json(const nlohmann::json& json, Bitrate& bitrate);
+OV_API void to_json(nlohmann::json& json, const Bitrate& bitrate);
+OV_API void from_json(const nlohmann::json& json, Bitrate& bitrate);
 
 }  // namespace ov
 

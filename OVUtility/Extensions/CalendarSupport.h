@@ -13,17 +13,18 @@
 
 #include <unicode/calendar.h>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Date.h"
 
 namespace ov::detail {
 
 // The current locale's calendar in the current ICU default time zone, set to
 // `date`.
-std::unique_ptr<icu::Calendar> currentCalendar(Date date);
+OV_API std::unique_ptr<icu::Calendar> currentCalendar(Date date);
 
 // The Gregorian calendar (current locale's week rules) in the current time
 // zone, set to `date`.
-std::unique_ptr<icu::Calendar> gregorianCalendar(Date date);
+OV_API std::unique_ptr<icu::Calendar> gregorianCalendar(Date date);
 
 // ICU milliseconds of a date and back.
 inline UDate toUDate(Date date) {
@@ -35,10 +36,10 @@ inline Date fromUDate(UDate millis) {
 
 // Whole `field` units from `from` to `to` in `calendar` (the calendar is moved
 // to `from` first and left advanced by the result).
-std::int64_t fieldDifference(icu::Calendar& calendar, Date from, Date to,
-                             UCalendarDateFields field);
+OV_API std::int64_t fieldDifference(icu::Calendar& calendar, Date from, Date to,
+                                    UCalendarDateFields field);
 
 // A calendar field read without error reporting (0 on failure).
-std::int32_t field(const icu::Calendar& calendar, UCalendarDateFields field);
+OV_API std::int32_t field(const icu::Calendar& calendar, UCalendarDateFields field);
 
 }  // namespace ov::detail

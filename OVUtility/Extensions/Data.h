@@ -22,18 +22,20 @@
 #include <string_view>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov::OVBase64 {
 
 // Encodes `data`; with `separateLines` the output is broken into 64-character
 // lines separated by CR LF.
-std::string base64Encode(std::span<const std::uint8_t> data, bool separateLines);
+OV_API std::string base64Encode(std::span<const std::uint8_t> data, bool separateLines);
 
 // Encodes with line breaks.
-std::string base64EncodedString(std::span<const std::uint8_t> data);
+OV_API std::string base64EncodedString(std::span<const std::uint8_t> data);
 // Encodes the bytes of a string (any content, not only text) with line breaks.
-std::string base64EncodedString(std::string_view bytes);
+OV_API std::string base64EncodedString(std::string_view bytes);
 
 // Decodes leniently (see above).
-std::vector<std::uint8_t> dataFromBase64String(std::string_view text);
+OV_API std::vector<std::uint8_t> dataFromBase64String(std::string_view text);
 
 }  // namespace ov::OVBase64

@@ -17,20 +17,21 @@
 #include <string>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Date.h"
 
 namespace ov::dates {
 
 // Strictly later / strictly earlier / equal.
-bool afterDate(Date date, Date other);
-bool beforeDate(Date date, Date other);
-bool equalToDate(Date date, Date other);
+OV_API bool afterDate(Date date, Date other);
+OV_API bool beforeDate(Date date, Date other);
+OV_API bool equalToDate(Date date, Date other);
 
 // date ≥ other + interval (seconds).
-bool isLaterThan(Date date, Date other, double interval);
+OV_API bool isLaterThan(Date date, Date other, double interval);
 // date ≤ other − interval: at least `interval` seconds before `other`; the
 // boundary counts, as for isLaterThan.
-bool isEarlierThan(Date date, Date other, double interval);
+OV_API bool isEarlierThan(Date date, Date other, double interval);
 
 // Calendar days in the current calendar (a day across a clock change keeps
 // the wall-clock time, so it may be 23 or 25 hours). When the date or the
@@ -38,27 +39,27 @@ bool isEarlierThan(Date date, Date other, double interval);
 // infinities, millions of years away), there is no calendar date: a warning
 // is logged and the result is the date plus days of 86400 s (so NaN stays
 // NaN). Either way the call returns at once.
-Date addDays(Date date, std::int64_t days);
+OV_API Date addDays(Date date, std::int64_t days);
 // Elapsed hours (3600 seconds each).
-Date addHours(Date date, std::int64_t hours);
-Date subtractMilliseconds(Date date, double milliseconds);
+OV_API Date addHours(Date date, std::int64_t hours);
+OV_API Date subtractMilliseconds(Date date, double milliseconds);
 
 // "%d:%02d" of whole minutes and the remaining seconds (truncating; negative
 // values keep their sign in both parts: -65 gives "-1:-5"); minutes are not
 // split into hours: 3725 gives "62:05". Absent gives nullopt.
-std::optional<std::string> getDisplayableDuration(std::optional<std::int64_t> seconds);
+OV_API std::optional<std::string> getDisplayableDuration(std::optional<std::int64_t> seconds);
 
 // The date of a "yyyy-MM-dd HH:mm:ss" text in GMT (the shared timestamp
 // formatter); absent text, or text that is not exactly such a date, gives
 // nullopt.
-std::optional<Date> fromTimestampString(std::optional<std::string_view> text);
+OV_API std::optional<Date> fromTimestampString(std::optional<std::string_view> text);
 
 // The current locale's medium date style ("Mar 4, 2021" in en_US), current
 // time zone.
-std::string dateStringUsingMediumStyle(Date date);
+OV_API std::string dateStringUsingMediumStyle(Date date);
 
 // Year in the current calendar.
-std::int32_t year(Date date);
+OV_API std::int32_t year(Date date);
 
 enum class CalendarComponent {
     era,
@@ -78,25 +79,25 @@ enum class CalendarComponent {
 };
 
 // One component of the date in the current calendar.
-std::int64_t getCalendarComponent(Date date, CalendarComponent component);
+OV_API std::int64_t getCalendarComponent(Date date, CalendarComponent component);
 
 // 4001-01-01 00:00:00 UTC, a fixed far-future date.
-Date getConstantDistantFutureDate();
+OV_API Date getConstantDistantFutureDate();
 
-double getUnixTimestampInSeconds(Date date);
-double getUnixTimestampInMilliSeconds(Date date);
-Date fromUnixTimestampInSecs(double seconds);
-Date fromUnixTimestampInMilliSecs(double milliseconds);
+OV_API double getUnixTimestampInSeconds(Date date);
+OV_API double getUnixTimestampInMilliSeconds(Date date);
+OV_API Date fromUnixTimestampInSecs(double seconds);
+OV_API Date fromUnixTimestampInMilliSecs(double milliseconds);
 
 // The date in a Unicode date pattern, in the given time zone id (nullopt:
 // the current one) and the current locale. Formatters are cached by pattern
 // and zone (up to 64), not made per call.
-std::string toString(Date date, std::string_view format,
-                     std::optional<std::string_view> timeZone = std::nullopt);
+OV_API std::string toString(Date date, std::string_view format,
+                            std::optional<std::string_view> timeZone = std::nullopt);
 
 // "2021-03-04T05:06:07Z": UTC, en_US_POSIX.
-std::string iso8601DateTimeString(Date date);
+OV_API std::string iso8601DateTimeString(Date date);
 // "2021-03-04T06:06:07+01:00": current time zone with its offset, en_US_POSIX.
-std::string iso8601SiriDateTimeString(Date date);
+OV_API std::string iso8601SiriDateTimeString(Date date);
 
 }  // namespace ov::dates

@@ -13,11 +13,13 @@
 #include <optional>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-std::optional<std::int64_t> systemDiskSizeTotal();
-std::optional<std::int64_t> systemDiskSizeFree();
-std::optional<std::int64_t> systemDiskSizeUsed();
+OV_API std::optional<std::int64_t> systemDiskSizeTotal();
+OV_API std::optional<std::int64_t> systemDiskSizeFree();
+OV_API std::optional<std::int64_t> systemDiskSizeUsed();
 
 // The same figures for the file system holding `path`.
 struct DiskSizes {
@@ -25,9 +27,9 @@ struct DiskSizes {
     std::int64_t free = 0;
     std::int64_t used() const { return total - free; }
 };
-std::optional<DiskSizes> diskSizes(const std::string& path);
+OV_API std::optional<DiskSizes> diskSizes(const std::string& path);
 
 // The user's home directory, or empty when it cannot be found.
-std::string homeDirectory();
+OV_API std::string homeDirectory();
 
 }  // namespace ov

@@ -26,6 +26,7 @@
 #include <nlohmann/json.hpp>
 
 #include "OVUtility/Extensions/CaseIterable.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Date.h"
 
 namespace ov {
@@ -36,69 +37,71 @@ using Json = nlohmann::json;
 
 // Entries of all dictionaries added in order into one; later keys overwrite
 // earlier ones (shallow).
-Json dictionaryWithDictionaries(const std::vector<Json>& dictionaries);
+OV_API Json dictionaryWithDictionaries(const std::vector<Json>& dictionaries);
 
 // A copy of `receiver` with `other`'s entries added, `other` winning (shallow).
-Json dictionaryByAddingDictionary(const Json& receiver, const Json& other);
+OV_API Json dictionaryByAddingDictionary(const Json& receiver, const Json& other);
 
 // Deep merge of `b` into a copy of `a`. For each key of `b`:
 // - both values are dictionaries: the result is their deep merge;
 // - both values are arrays: the result is `a`'s elements followed by `b`'s;
 // - otherwise `b`'s value wins (also when the kinds differ).
-Json dictionaryByMerging(const Json& a, const Json& b);
+OV_API Json dictionaryByMerging(const Json& a, const Json& b);
 // Same as `dictionaryByMerging(receiver, other)`.
-Json dictionaryByMergingWith(const Json& receiver, const Json& other);
+OV_API Json dictionaryByMergingWith(const Json& receiver, const Json& other);
 
 // ---------------------------------------------------------------- typed reads
 
 // The value when it is a string.
-std::optional<std::string> getString(const Json& dictionary, std::string_view key);
+OV_API std::optional<std::string> getString(const Json& dictionary, std::string_view key);
 // The value as a number when it is a number or a Boolean (the platform boxes
 // Booleans as numbers: true is 1).
-std::optional<double> getNumber(const Json& dictionary, std::string_view key);
+OV_API std::optional<double> getNumber(const Json& dictionary, std::string_view key);
 // The value as an integer when it is a number that a 64-bit integer holds
 // exactly (3.0 gives 3, 3.5 gives nullopt, beyond 64 bits gives nullopt) or a
 // Boolean. The platform's integer is word-sized, so `getInt` reads 64 bits
 // like `getInt64`: large ids and millisecond counts come through whole.
-std::optional<std::int64_t> getInt(const Json& dictionary, std::string_view key);
-std::optional<std::int64_t> getInt64(const Json& dictionary, std::string_view key);
-std::int64_t getIntOrDefault(const Json& dictionary, std::string_view key,
-                             std::int64_t defaultValue);
+OV_API std::optional<std::int64_t> getInt(const Json& dictionary, std::string_view key);
+OV_API std::optional<std::int64_t> getInt64(const Json& dictionary, std::string_view key);
+OV_API std::int64_t getIntOrDefault(const Json& dictionary, std::string_view key,
+                                    std::int64_t defaultValue);
 // The value as floating point when it is a number or a Boolean. `getFloat`
 // rounds to the nearest float and gives nullopt outside the float range.
-std::optional<float> getFloat(const Json& dictionary, std::string_view key);
-std::optional<double> getDouble(const Json& dictionary, std::string_view key);
+OV_API std::optional<float> getFloat(const Json& dictionary, std::string_view key);
+OV_API std::optional<double> getDouble(const Json& dictionary, std::string_view key);
 // Booleans as they are; numbers are true when non-zero; strings follow the
 // platform's string Boolean value: after leading white space and an optional
 // sign and leading zeros, true exactly when the next character is one of
 // "YyTt1-9" ("yes", "true", "1", "0042", "+3" are true; "no", "0", "" are
 // false). Anything else gives nullopt.
-std::optional<bool> getBool(const Json& dictionary, std::string_view key);
+OV_API std::optional<bool> getBool(const Json& dictionary, std::string_view key);
 // A number of milliseconds as seconds (value / 1000).
-std::optional<double> getTimeIntervalFromMillis(const Json& dictionary, std::string_view key);
+OV_API std::optional<double> getTimeIntervalFromMillis(const Json& dictionary,
+                                                       std::string_view key);
 // A number as seconds since 1970. Other values give nullopt.
-std::optional<Date> getDate(const Json& dictionary, std::string_view key);
+OV_API std::optional<Date> getDate(const Json& dictionary, std::string_view key);
 // The value's text: strings as they are, integers in decimal, floating point
 // in the shortest form that reads back the same, Booleans "true"/"false",
 // arrays and dictionaries as compact JSON. Null or absent gives nullopt.
 // Strings are returned byte for byte; inside arrays and dictionaries, bytes
 // that are not valid UTF-8 are written as U+FFFD.
-std::optional<std::string> getCustomStringConvertible(const Json& dictionary, std::string_view key);
+OV_API std::optional<std::string> getCustomStringConvertible(const Json& dictionary,
+                                                             std::string_view key);
 // The value when it is an array, else an empty array.
-Json getArray(const Json& dictionary, std::string_view key);
+OV_API Json getArray(const Json& dictionary, std::string_view key);
 // The value when it is a dictionary.
-std::optional<Json> getDictionary(const Json& dictionary, std::string_view key);
+OV_API std::optional<Json> getDictionary(const Json& dictionary, std::string_view key);
 // The value, when it is a dictionary, as a typed native map.
-std::optional<std::map<std::string, Json>> getNativeDictionary(const Json& dictionary,
-                                                               std::string_view key);
+OV_API std::optional<std::map<std::string, Json>> getNativeDictionary(const Json& dictionary,
+                                                                      std::string_view key);
 // The receiver as a typed native map (empty when it is not a dictionary).
-std::map<std::string, Json> getNativeDictionary(const Json& dictionary);
+OV_API std::map<std::string, Json> getNativeDictionary(const Json& dictionary);
 
 // A copy of `receiver` in which every listed key that the receiver lacks
 // (absent or null) is filled from `backfillDictionary` when that has a
 // non-null value for it. Keys not listed are never copied.
-Json dictionaryWithFilledKeys(const Json& receiver, const std::vector<std::string>& keys,
-                              const Json& backfillDictionary);
+OV_API Json dictionaryWithFilledKeys(const Json& receiver, const std::vector<std::string>& keys,
+                                     const Json& backfillDictionary);
 
 // ---------------------------------------------------------------- DictionaryWrapper
 

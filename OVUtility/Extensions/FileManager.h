@@ -19,9 +19,11 @@
 
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class OVFileManager {
+class OV_API OVFileManager {
   public:
     OVFileManager() = delete;
 

@@ -20,6 +20,8 @@
 #include <ostream>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 // Vertical metrics of a font at its point size, in points.
@@ -34,7 +36,7 @@ struct FontMetrics {
     std::string file;
 };
 
-class Font {
+class OV_API Font {
   public:
     static constexpr double defaultPointSize = 12;
     // The family that `systemFont` asks fontconfig for.
@@ -61,7 +63,7 @@ class Font {
     double lineHeight() const { return metrics().lineHeight; }
 
     friend bool operator==(const Font&, const Font&) = default;
-    friend std::ostream& operator<<(std::ostream& os, const Font& f);
+    friend OV_API std::ostream& operator<<(std::ostream& os, const Font& f);
 
   private:
     Font(std::string family, std::string file, int faceIndex, double pointSize);

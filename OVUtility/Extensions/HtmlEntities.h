@@ -15,6 +15,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 // Hashes std::string and std::string_view alike, so that lookups by a view
@@ -29,6 +31,6 @@ struct TransparentStringHash {
 using HtmlEntityTable =
     std::unordered_map<std::string, std::string, TransparentStringHash, std::equal_to<>>;
 
-const HtmlEntityTable& htmlNamedEntities();
+OV_API const HtmlEntityTable& htmlNamedEntities();
 
 }  // namespace ov

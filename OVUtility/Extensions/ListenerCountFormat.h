@@ -13,6 +13,8 @@
 #include <cstdint>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 struct ListenerCountAbbreviation {
@@ -20,6 +22,6 @@ struct ListenerCountAbbreviation {
     std::string suffix;  // "", "K" or "M"
 };
 
-ListenerCountAbbreviation abbreviateCount(std::int64_t count);
+OV_API ListenerCountAbbreviation abbreviateCount(std::int64_t count);
 
 }  // namespace ov

@@ -22,6 +22,7 @@
 #include <string>
 
 #include "OVUtility/Extensions/DateAdditions.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Date.h"
 #include "OVUtility/Platform/DateFormatter.h"
 
@@ -32,44 +33,44 @@ using ov::dates::afterDate;
 using ov::dates::beforeDate;
 
 // Year of `now` in the current calendar.
-std::int32_t currentYear(Date now = Date::now());
+OV_API std::int32_t currentYear(Date now = Date::now());
 
 // Seconds since 1970 of the most recent 4:00:00 local time: today's when the
 // hour of `now` is 4 or later, else today's minus 86400 seconds (one day of
 // seconds, not one calendar day).
-double timeIntervalOfLast4AM(Date now = Date::now());
+OV_API double timeIntervalOfLast4AM(Date now = Date::now());
 
 // The date plus whole seconds. Seconds are elapsed time in every calendar,
 // so this is exact arithmetic on the date.
-Date addSeconds(Date date, std::int64_t seconds);
+OV_API Date addSeconds(Date date, std::int64_t seconds);
 
 // Midnight at the start of the date's day in the current calendar (on a day
 // whose midnight is skipped by a clock change, the first moment of the day).
-Date dateOnly(Date date);
+OV_API Date dateOnly(Date date);
 
 // 0 for Sunday to 6 for Saturday (Gregorian, current time zone).
-int dayOfWeek(Date date);
+OV_API int dayOfWeek(Date date);
 
 // Minute of day (hour × 60 + minute, Gregorian) within [from, to]. Ranges do
 // not wrap past midnight: from > to is always false, on purpose.
-bool isBetweenMinutesFrom(Date date, std::int64_t from, std::int64_t to);
+OV_API bool isBetweenMinutesFrom(Date date, std::int64_t from, std::int64_t to);
 
 // "Sun" … "Sat" for 0 … 6; any other index gives nullopt.
-std::optional<std::string> dayStringFrom(std::int64_t index);
+OV_API std::optional<std::string> dayStringFrom(std::int64_t index);
 
 // Seconds since 1970 × 1000, truncated towards zero. Values beyond 64 bits
 // saturate and NaN gives 0 (as the platform's conversion does on its
 // processors).
-std::int64_t milliseconds(Date date);
-std::int64_t millisecondsSince1970(Date now = Date::now());
+OV_API std::int64_t milliseconds(Date date);
+OV_API std::int64_t millisecondsSince1970(Date now = Date::now());
 
 // True when the current locale's best pattern for the skeleton "j" has no
 // "a" (no AM/PM marker). Answered once per locale.
-bool shouldDisplay24HourFormat();
+OV_API bool shouldDisplay24HourFormat();
 
 // The date plus one month in the Gregorian calendar (Jan 31 gives the last
 // day of February).
-Date oneMonthLater(Date date);
+OV_API Date oneMonthLater(Date date);
 
 // "%ld%@%@" of the first non-zero unit of the calendar difference from the
 // date to now (years, months, weeks, days, hours, minutes, seconds in one
@@ -77,39 +78,39 @@ Date oneMonthLater(Date date);
 // " hour"/"h", " minute"/"m", " second"/"s" (full/short); "s" is appended
 // only to full labels of values above 1. A future date, or one less than a
 // second ago, gives nullopt.
-std::optional<std::string> relativeDateStringUsingFullUnitLabel(Date date, bool full,
-                                                                Date now = Date::now());
+OV_API std::optional<std::string> relativeDateStringUsingFullUnitLabel(Date date, bool full,
+                                                                       Date now = Date::now());
 
 // "in March 2021" from 2 whole months on, else "%ld weeks ago" from 2 whole
 // weeks on, else "today" on the same calendar day, else "%ld day(s) ago"
 // with at least 1 day. Each unit counts the whole elapsed time on its own.
 // A future date gives nullopt.
-std::optional<std::string> lastListenedRelativeDateString(Date date, Date now = Date::now());
+OV_API std::optional<std::string> lastListenedRelativeDateString(Date date, Date now = Date::now());
 
 // "in March 2021" from 2 months, "%ld weeks ago" from 2 weeks, "%ld days ago"
 // above 1 day, else "%ld hour(s) ago" from 1 hour (so a day and some hours
 // reads in hours, on purpose), else "%ld minute(s) ago" with at least 1
 // minute. A future date gives nullopt.
-std::optional<std::string> dateCreatedRelativeDateString(Date date, Date now = Date::now());
+OV_API std::optional<std::string> dateCreatedRelativeDateString(Date date, Date now = Date::now());
 
 // Same year, month and day as now in the current calendar.
-bool isToday(Date date, Date now = Date::now());
+OV_API bool isToday(Date date, Date now = Date::now());
 
 // isToday and the date's hour is 4 or later.
-bool isTodayAfter4AM(Date date, Date now = Date::now());
+OV_API bool isTodayAfter4AM(Date date, Date now = Date::now());
 
 // The shared "MMMM yyyy" formatter (current locale and time zone).
-const DateFormatter& monthYearDateFormatter();
+OV_API const DateFormatter& monthYearDateFormatter();
 
 // The shared "yyyy-MM-dd HH:mm:ss" formatter in GMT. Its locale is
 // en_US_POSIX, so that digits and calendar stay fixed whatever the device's
 // region.
-const DateFormatter& timeStampFormatter();
+OV_API const DateFormatter& timeStampFormatter();
 
 // The timestamp formatter's text; an absent date gives "".
-std::string timeStampFromDate(std::optional<Date> date);
+OV_API std::string timeStampFromDate(std::optional<Date> date);
 
 // Seconds since 1970 × 1000 written with "%.0f".
-std::string stringInMilliseconds(Date date);
+OV_API std::string stringInMilliseconds(Date date);
 
 }  // namespace ov::nsdate

@@ -17,12 +17,14 @@
 #include <optional>
 #include <utility>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 enum class OptionalError { couldNotUnwrapNil };
 
 // The exception that carries an `OptionalError`.
-class OptionalErrorException : public std::exception {
+class OV_API OptionalErrorException : public std::exception {
   public:
     explicit OptionalErrorException(OptionalError error) : error_(error) {}
     OptionalError error() const noexcept { return error_; }

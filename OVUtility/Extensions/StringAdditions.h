@@ -28,6 +28,7 @@
 #include <string>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Error.h"
 
 namespace ov::strings {
@@ -38,99 +39,99 @@ namespace ov::strings {
 // large for 64-bit hours (or infinite) logs a warning and gives "0:00": a
 // deliberate departure from the platform's conversion, which ends the process
 // there; a player showing a broken duration should not crash.
-std::string trackTime(std::optional<double> seconds);
+OV_API std::string trackTime(std::optional<double> seconds);
 
 // Lower-cased, then one leading article removed: "the ", else "an ", else "a ".
-std::string canonicalName(std::string_view text);
+OV_API std::string canonicalName(std::string_view text);
 
 // nullopt for an absent count, else "%@%@ monthly listeners" with the
 // listener-count abbreviation (see ListenerCountFormat.h).
-std::optional<std::string> abbreviateListenerCountNumber(std::optional<std::int64_t> count);
+OV_API std::optional<std::string> abbreviateListenerCountNumber(std::optional<std::int64_t> count);
 
 // nullopt for 0, else "%@%@ listeners" with the listener-count abbreviation.
-std::optional<std::string> listenerCountAbbreviation(std::int64_t count);
+OV_API std::optional<std::string> listenerCountAbbreviation(std::int64_t count);
 
 // The first character title-cased ("ß" becomes "Ss", "ǆ" becomes "ǅ"), the
 // rest unchanged.
-std::string capitalizingFirstLetter(std::string_view text);
+OV_API std::string capitalizingFirstLetter(std::string_view text);
 
 // The first character lower-cased, the rest unchanged.
-std::string lowercasingFirstLetter(std::string_view text);
+OV_API std::string lowercasingFirstLetter(std::string_view text);
 
 // text + "s" unless count is 1.
-std::string pluralized(std::string_view text, std::int64_t count);
+OV_API std::string pluralized(std::string_view text, std::int64_t count);
 
 // Section key for an alphabetical index: leading special characters (not
 // A-Z, a-z, 0-9) are skipped; a digit gives "#", an ASCII letter itself
 // upper-cased; empty text or only special characters gives nullopt.
-std::optional<std::string> alphanumericCategoryKey(std::string_view text);
+OV_API std::optional<std::string> alphanumericCategoryKey(std::string_view text);
 
 // The whole text matches ".*[^A-Za-z0-9].*". Like the platform's whole-text
 // match, "." does not cross line breaks, so text with two or more newlines
 // and no other special character (e.g. "a\nb\nc") is false.
-bool containsSpecialCharacters(std::string_view text);
+OV_API bool containsSpecialCharacters(std::string_view text);
 
 // Non-empty and every byte an ASCII digit / letter / letter or digit.
-bool isNumeric(std::string_view text);
-bool isAlphabetical(std::string_view text);
-bool isAlphanumeric(std::string_view text);
+OV_API bool isNumeric(std::string_view text);
+OV_API bool isAlphabetical(std::string_view text);
+OV_API bool isAlphanumeric(std::string_view text);
 
 // Lower-cased with every character outside the Unicode alphanumerics
 // (general categories L, M, N) removed: "Hello, World 2!" gives "helloworld2".
-std::string alphanumeric(std::string_view text);
+OV_API std::string alphanumeric(std::string_view text);
 
 // ICU transform "Any-Latin; Latin-ASCII; Lower": transliterated to Latin,
 // stripped to ASCII and lower-cased. The text unchanged if the transform
 // cannot be created.
-std::string normalizedForSearch(std::string_view text);
+OV_API std::string normalizedForSearch(std::string_view text);
 
 // U+2018 and U+2019 replaced by "'".
-std::string replacingDirectedApostrophes(std::string_view text);
+OV_API std::string replacingDirectedApostrophes(std::string_view text);
 
 // Non-empty and the first code point is a letter (general category L or M).
-bool beginsWithLetter(std::string_view text);
+OV_API bool beginsWithLetter(std::string_view text);
 
 // The first character when its first code point is a letter, else nullopt.
-std::optional<std::string> getFirstCharacterIfIsLetter(std::string_view text);
+OV_API std::optional<std::string> getFirstCharacterIfIsLetter(std::string_view text);
 
 // Lower camel case of the words (ICU word boundaries; runs of letters and
 // digits), each capitalised, then the first word lower-cased:
 // "hello big world" gives "helloBigWorld", "My-Song 2" gives "mySong2".
-std::string getCamelCasedString(std::string_view text);
+OV_API std::string getCamelCasedString(std::string_view text);
 
 // nullopt when empty, else the text.
-std::optional<std::string> nonEmptyString(std::string_view text);
+OV_API std::optional<std::string> nonEmptyString(std::string_view text);
 
 // Trimmed of whitespace and newlines; nullopt when nothing is left.
-std::optional<std::string> nonEmptyTrimmedString(std::string_view text);
+OV_API std::optional<std::string> nonEmptyTrimmedString(std::string_view text);
 
 // Present and not empty.
-bool isNonempty(std::optional<std::string_view> text);
+OV_API bool isNonempty(std::optional<std::string_view> text);
 
 // The text without `prefix` when it starts with it, else unchanged.
-std::string deletePrefix(std::string_view text, std::string_view prefix);
+OV_API std::string deletePrefix(std::string_view text, std::string_view prefix);
 
 // The text after the first occurrence of the character `character` (one
 // character, compared by canonical equivalence, character by character:
 // "e" is not found in "e" + U+0301); nullopt when it does not occur.
-std::optional<std::string> substringAfterCharacter(std::string_view text,
-                                                   std::string_view character);
+OV_API std::optional<std::string> substringAfterCharacter(std::string_view text,
+                                                          std::string_view character);
 
 // The suffix starting at character offset `index`: 0 gives the whole text,
 // the character count gives ""; a negative index or one past the count
 // gives nullopt.
-std::optional<std::string> from(std::string_view text, std::int64_t index);
-std::optional<std::string> substringFromIndex(std::string_view text, std::int64_t index);
+OV_API std::optional<std::string> from(std::string_view text, std::int64_t index);
+OV_API std::optional<std::string> substringFromIndex(std::string_view text, std::int64_t index);
 
 // Concatenation.
-std::string prepending(std::string_view text, std::string_view prefix);
-std::string appending(std::string_view text, std::string_view suffix);
+OV_API std::string prepending(std::string_view text, std::string_view prefix);
+OV_API std::string appending(std::string_view text, std::string_view suffix);
 
 // The text escaped as the platform's JSON serialiser writes a string, without
 // the quotes: '"' '\' and '/' escaped with a backslash, \b \f \n \r \t, other
 // controls as \u00xx (lower-case hex), everything else as is (UTF-8).
 // nullopt only if serialisation fails.
-std::optional<std::string> jsonEscaped(std::string_view text);
+OV_API std::optional<std::string> jsonEscaped(std::string_view text);
 
 // Decodes HTML character references: "&#x…;"/"&#X…;" (hex) and "&#…;"
 // (decimal) when they name a Unicode scalar value (not a surrogate, at most
@@ -138,15 +139,15 @@ std::optional<std::string> jsonEscaped(std::string_view text);
 // "&" is paired with the next ";" after it; a pair that does not decode is
 // kept as is ("&amp &lt;" stays unchanged); "&" without a later ";" ends the
 // decoding.
-std::string decodeHtmlString(std::string_view text);
+OV_API std::string decodeHtmlString(std::string_view text);
 
 // The string-as-error conformance: any text can be thrown as an error whose
 // description is the text itself. The error's domain is kStringErrorDomain
 // and its code 1, as the platform bridges a thrown string.
 inline constexpr std::string_view kStringErrorDomain = "Swift.String";
-ov::Error asError(std::string_view text);
+OV_API ov::Error asError(std::string_view text);
 
 // The error description of a string error: the text itself.
-std::optional<std::string> errorDescription(const ov::Error& error);
+OV_API std::optional<std::string> errorDescription(const ov::Error& error);
 
 }  // namespace ov::strings

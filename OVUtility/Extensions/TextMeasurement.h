@@ -49,6 +49,7 @@
 #include "OVUtility/Extensions/Font.h"
 #include "OVUtility/Extensions/Geometry.h"
 #include "OVUtility/Extensions/ParagraphStyle.h"
+#include "OVUtility/OVUtilityExport.h"
 
 namespace ov {
 
@@ -73,9 +74,9 @@ struct TextLayout {
 };
 
 // Lays out `text` in a box of `constrainedToSize` (see above).
-TextLayout layoutText(const AttributedString& text, Size constrainedToSize);
+OV_API TextLayout layoutText(const AttributedString& text, Size constrainedToSize);
 // Just the bounding size of layoutText().
-Size boundingSize(const AttributedString& text, Size constrainedToSize);
+OV_API Size boundingSize(const AttributedString& text, Size constrainedToSize);
 
 }  // namespace ov
 
@@ -83,10 +84,10 @@ namespace ov::nsstring {
 
 // Size of `text` drawn in `font` within `constrainedToSize`, wrapping by
 // words. Not rounded.
-Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedToSize);
+OV_API Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedToSize);
 // Same, with the given line-break mode.
-Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedToSize,
-                      LineBreakMode lineBreakMode);
+OV_API Size textSizeWithFont(std::string_view text, const Font& font, Size constrainedToSize,
+                             LineBreakMode lineBreakMode);
 
 }  // namespace ov::nsstring
 
@@ -96,14 +97,14 @@ namespace ov::strings {
 // height limit, rounded up to the next whole point so that a view of that
 // height never clips the last line. (A height within 1e-6 of a whole point is
 // taken as that point, so floating-point noise never adds a point.)
-double height(std::string_view text, double constrainedWidth, const Font& font);
+OV_API double height(std::string_view text, double constrainedWidth, const Font& font);
 
 // The whole text with `font`, foreground `color` and a paragraph style; the
 // parts left absent take ParagraphStyle's defaults: line spacing 0, natural
 // alignment, word wrapping. The paragraph style is always present.
-AttributedString attributed(std::string_view text, const Font& font, const Color& color,
-                            std::optional<double> lineSpacing = std::nullopt,
-                            std::optional<TextAlignment> alignment = std::nullopt,
-                            std::optional<LineBreakMode> lineBreakMode = std::nullopt);
+OV_API AttributedString attributed(std::string_view text, const Font& font, const Color& color,
+                                   std::optional<double> lineSpacing = std::nullopt,
+                                   std::optional<TextAlignment> alignment = std::nullopt,
+                                   std::optional<LineBreakMode> lineBreakMode = std::nullopt);
 
 }  // namespace ov::strings

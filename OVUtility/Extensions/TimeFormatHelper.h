@@ -12,11 +12,12 @@
 #include <optional>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Date.h"
 
 namespace ov {
 
-class TimeFormatHelper {
+class OV_API TimeFormatHelper {
   public:
     TimeFormatHelper() = delete;
 

@@ -17,9 +17,11 @@
 #include <string>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class URL {
+class OV_API URL {
   public:
     // nullopt when `text` is not a valid URI reference.
     static std::optional<URL> make(std::string_view text);
@@ -44,11 +46,11 @@ inline constexpr std::string_view kOrvantaPublicWebHost = "www.orvanta.com";
 
 // True when the URL's host equals the public web host or `environmentHost`
 // (exact, case-sensitive). A URL without a host gives false.
-bool isOrvantaLink(const URL& url, std::string_view environmentHost);
+OV_API bool isOrvantaLink(const URL& url, std::string_view environmentHost);
 // Parses `text` first; text that is not a URL gives false.
-bool isOrvantaLink(std::string_view text, std::string_view environmentHost);
+OV_API bool isOrvantaLink(std::string_view text, std::string_view environmentHost);
 
 // True when the scheme is "http" or "https" (schemes are case-insensitive).
-bool isHTTP(const URL& url);
+OV_API bool isHTTP(const URL& url);
 
 }  // namespace ov

@@ -20,43 +20,45 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov::detail {
 
 // UTF-8 to UTF-16; ill-formed input becomes U+FFFD.
-icu::UnicodeString toUnicode(std::string_view utf8);
+OV_API icu::UnicodeString toUnicode(std::string_view utf8);
 
 // UTF-16 to UTF-8 (unpaired surrogates become U+FFFD).
-std::string toUtf8(const icu::UnicodeString& text);
+OV_API std::string toUtf8(const icu::UnicodeString& text);
 
 // True when `utf8` is well-formed UTF-8 (checked with ICU's decoder).
-bool isValidUtf8(std::string_view utf8);
+OV_API bool isValidUtf8(std::string_view utf8);
 
 // `utf8` itself when it is well-formed; otherwise a repaired copy is written
 // to `storage` and a view of it returned. The cheap path allocates nothing.
-std::string_view repairedUtf8(std::string_view utf8, std::string& storage);
+OV_API std::string_view repairedUtf8(std::string_view utf8, std::string& storage);
 
 // Byte offsets of the extended grapheme cluster boundaries of well-formed
 // UTF-8 text, starting with 0 and ending with text.size(). Uses a character
 // break iterator created once per thread.
-std::vector<std::size_t> graphemeBoundaries(std::string_view utf8);
+OV_API std::vector<std::size_t> graphemeBoundaries(std::string_view utf8);
 
 // Length in bytes of the first extended grapheme cluster (0 for empty text).
-std::size_t firstGraphemeLength(std::string_view utf8);
+OV_API std::size_t firstGraphemeLength(std::string_view utf8);
 
 // The first code point of well-formed UTF-8 text (U_SENTINEL when empty).
-UChar32 firstCodePoint(std::string_view utf8);
+OV_API UChar32 firstCodePoint(std::string_view utf8);
 
 // The platform's whitespace-and-newline set: general categories Zs, Zl, Zp,
 // U+0009..U+000D and U+0085.
-bool isWhitespaceOrNewline(UChar32 c);
+OV_API bool isWhitespaceOrNewline(UChar32 c);
 
 // The platform's letter set: general categories L* and M*.
-bool isLetter(UChar32 c);
+OV_API bool isLetter(UChar32 c);
 
 // The platform's alphanumeric set: general categories L*, M* and N*.
-bool isAlphanumeric(UChar32 c);
+OV_API bool isAlphanumeric(UChar32 c);
 
 // Trims whitespace and newlines (isWhitespaceOrNewline) from both ends.
-std::string_view trimWhitespaceAndNewlines(std::string_view utf8);
+OV_API std::string_view trimWhitespaceAndNewlines(std::string_view utf8);
 
 }  // namespace ov::detail

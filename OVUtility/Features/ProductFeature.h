@@ -43,13 +43,14 @@
 
 #include "OVUtility/Features/ProductFeatureSourceFile.h"
 #include "OVUtility/Features/ProductTogglable.h"
+#include "OVUtility/OVUtilityExport.h"
 
 namespace ov {
 
 class NotificationCenter;
 
-class ProductFeature : public ProductTogglable,
-                       public std::enable_shared_from_this<ProductFeature> {
+class OV_API ProductFeature : public ProductTogglable,
+                              public std::enable_shared_from_this<ProductFeature> {
   public:
     static constexpr const char* featureDidChangeNotificationName =
         "featureDidChangeNotificationName";

@@ -36,12 +36,13 @@
 
 #include "OVUtility/Features/ProductFeature.h"
 #include "OVUtility/Features/ProductFeatureSourceFile.h"
+#include "OVUtility/OVUtilityExport.h"
 
 namespace ov {
 
 class Bundle;
 
-class ProductFeatureController {
+class OV_API ProductFeatureController {
   public:
     ProductFeatureController() = delete;
 

@@ -25,6 +25,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 struct ProductFeatureEntryProblem {
@@ -33,7 +35,7 @@ struct ProductFeatureEntryProblem {
     bool skipped = false;  // the entry is skipped (else only a field is ignored)
 };
 
-struct ProductFeatureFile {
+struct OV_API ProductFeatureFile {
     std::optional<nlohmann::json> entries;  // an array of objects when usable
     std::optional<std::string> fileError;
     std::vector<ProductFeatureEntryProblem> entryProblems;

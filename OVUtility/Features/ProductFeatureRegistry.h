@@ -15,10 +15,11 @@
 #include <vector>
 
 #include "OVUtility/Features/ProductFeature.h"
+#include "OVUtility/OVUtilityExport.h"
 
 namespace ov {
 
-class ProductFeatureRegistry {
+class OV_API ProductFeatureRegistry {
   public:
     static std::shared_ptr<ProductFeature> findOrCreate(
         const std::string& featureID, std::optional<std::string> description,

@@ -13,17 +13,19 @@
 #include <optional>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 enum class ProductFeatureSourceFile { release, develop, local, none };
 
-std::string_view rawValue(ProductFeatureSourceFile source);
-std::string_view description(ProductFeatureSourceFile source);
-std::optional<ProductFeatureSourceFile> productFeatureSourceFile(std::string_view rawValue);
+OV_API std::string_view rawValue(ProductFeatureSourceFile source);
+OV_API std::string_view description(ProductFeatureSourceFile source);
+OV_API std::optional<ProductFeatureSourceFile> productFeatureSourceFile(std::string_view rawValue);
 
 // release (0): the release and local files; develop (1): the develop file too.
 enum class ProductFeatureSet : int { release = 0, develop = 1 };
 
-std::optional<ProductFeatureSet> productFeatureSet(long long rawValue);
+OV_API std::optional<ProductFeatureSet> productFeatureSet(long long rawValue);
 
 }  // namespace ov

@@ -4,9 +4,11 @@
 //   void show(const ov::ProductTogglable& toggle) { if (toggle.enabled()) ...; }
 #pragma once
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class ProductTogglable {
+class OV_API ProductTogglable {
   public:
     virtual ~ProductTogglable() = default;
     virtual bool enabled() const = 0;

@@ -25,13 +25,14 @@
 #include <string_view>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/StringFormat.h"
 
 namespace ov {
 
 class Bundle;
 
-class LocalizedString {
+class OV_API LocalizedString {
   public:
 #define OV_LOCALIZED_STRING(name, key) static std::string name();
 #define OV_LOCALIZED_STRING_T(name, key) static std::string name(std::string_view a0);

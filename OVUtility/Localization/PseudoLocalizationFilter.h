@@ -24,11 +24,13 @@
 #include <string>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 class UserDefaults;
 
-class PseudoLocalizationFilter {
+class OV_API PseudoLocalizationFilter {
   public:
     static constexpr const char* kUserDefaultsKey = "OVLocalizedStringsPercent";
     static constexpr std::string_view kLookAlikeCapitals = "ȦƁƇḒḖƑƓĦĪĴĶĿḾȠǾƤɊŘŞŦŬṼẆẊẎẐ";

@@ -21,18 +21,19 @@
 #include <memory>
 
 #include "OVUtility/Notifications/NotificationDisposable.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/NotificationCenter.h"
 
 namespace ov {
 
 enum class EventMode { idempotent, onlyOnEvent };
 
-NotificationCenter::Token observe(const std::shared_ptr<NotificationCenter>& center,
-                                  const NotificationName& name, AnyObject from,
-                                  NotificationQueue onto, EventMode mode,
-                                  std::function<void()> block);
+OV_API NotificationCenter::Token observe(const std::shared_ptr<NotificationCenter>& center,
+                                         const NotificationName& name, AnyObject from,
+                                         NotificationQueue onto, EventMode mode,
+                                         std::function<void()> block);
 
-std::shared_ptr<NotificationDisposable> runAndObserve(
+OV_API std::shared_ptr<NotificationDisposable> runAndObserve(
     const std::shared_ptr<NotificationCenter>& center, const NotificationName& name,
     NotificationQueue queue, std::function<void()> block);
 

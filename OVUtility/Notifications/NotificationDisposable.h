@@ -26,13 +26,14 @@
 #include <memory>
 #include <mutex>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/NotificationCenter.h"
 
 namespace ov {
 
 class NotificationDisposable;
 
-class DisposableSlot {
+class OV_API DisposableSlot {
   public:
     DisposableSlot() = default;
     // Copies start empty: a registration belongs to one owner.
@@ -50,7 +51,7 @@ class DisposableSlot {
     std::shared_ptr<NotificationDisposable> disposable_;
 };
 
-class NotificationDisposable : public std::enable_shared_from_this<NotificationDisposable> {
+class OV_API NotificationDisposable : public std::enable_shared_from_this<NotificationDisposable> {
   public:
     NotificationDisposable() = delete;
     NotificationDisposable(const NotificationDisposable&) = delete;
@@ -66,7 +67,7 @@ class NotificationDisposable : public std::enable_shared_from_this<NotificationD
     }
 
   private:
-    friend std::shared_ptr<NotificationDisposable> makeNotificationDisposable(
+    friend OV_API std::shared_ptr<NotificationDisposable> makeNotificationDisposable(
         NotificationCenter::Token token, std::shared_ptr<NotificationCenter> center);
     NotificationDisposable(NotificationCenter::Token token,
                            std::shared_ptr<NotificationCenter> center)

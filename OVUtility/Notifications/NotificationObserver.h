@@ -10,11 +10,12 @@
 
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/NotificationCenter.h"
 
 namespace ov {
 
-struct NotificationObserver {
+struct OV_API NotificationObserver {
     NotificationName name;
     AnyObject object;
     NotificationQueue queue;

@@ -20,11 +20,12 @@
 #include <memory>
 
 #include "OVUtility/Notifications/NotificationObserver.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/NotificationCenter.h"
 
 namespace ov {
 
-class NotificationReceiver {
+class OV_API NotificationReceiver {
   public:
     using Block = std::function<void(const Notification&)>;
 

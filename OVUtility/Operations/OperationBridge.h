@@ -7,13 +7,14 @@
 
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskState.h"
 
 namespace ov {
 
 class OperationTask;
 
-class OperationBridge {
+class OV_API OperationBridge {
   public:
     virtual ~OperationBridge() = default;
     virtual std::shared_ptr<OperationTask> task() const = 0;

@@ -24,13 +24,14 @@
 
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskPriority.h"
 
 namespace ov {
 
 class OperationQueue;
 
-class OperationConfiguration {
+class OV_API OperationConfiguration {
   public:
     virtual ~OperationConfiguration() = default;
     virtual bool isAsync() const = 0;
@@ -45,7 +46,7 @@ class OperationConfiguration {
 };
 
 // Shared storage of the two public configurations.
-class StoredOperationConfiguration : public OperationConfiguration {
+class OV_API StoredOperationConfiguration : public OperationConfiguration {
   public:
     bool isAsync() const override { return isAsync_; }
     void setIsAsync(bool value) { isAsync_ = value; }
@@ -76,13 +77,13 @@ class StoredOperationConfiguration : public OperationConfiguration {
 };
 
 // Callbacks on the shared serial callback queue (sharedCallBackQueue()).
-struct DefaultOperationConfiguration final : StoredOperationConfiguration {
+struct OV_API DefaultOperationConfiguration final : StoredOperationConfiguration {
     DefaultOperationConfiguration();
     std::shared_ptr<const OperationConfiguration> copy() const override;
 };
 
 // Callbacks on the main operation queue (OperationQueue::main()).
-struct MainQueueOperationConfiguration final : StoredOperationConfiguration {
+struct OV_API MainQueueOperationConfiguration final : StoredOperationConfiguration {
     MainQueueOperationConfiguration();
     std::shared_ptr<const OperationConfiguration> copy() const override;
 };

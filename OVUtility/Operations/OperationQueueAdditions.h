@@ -11,13 +11,15 @@
 #include <cstddef>
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 class OperationQueue;
 class OperationTask;
 
-std::shared_ptr<OperationQueue> sharedCallBackQueue();
-std::size_t incompleteOperationCount(const OperationQueue& queue);
-void addSafeOperationTask(OperationQueue& queue, std::shared_ptr<OperationTask> task);
+OV_API std::shared_ptr<OperationQueue> sharedCallBackQueue();
+OV_API std::size_t incompleteOperationCount(const OperationQueue& queue);
+OV_API void addSafeOperationTask(OperationQueue& queue, std::shared_ptr<OperationTask> task);
 
 }  // namespace ov

@@ -9,31 +9,36 @@
 //   bool running = task->isInState(ov::OperationStateExecuting::instance());
 #pragma once
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskState.h"
 
 namespace ov {
 
 // Marks the states that the operation's platform flags are read from.
-class OperationState : public TaskState {};
+class OV_API OperationState : public TaskState {};
 
-struct OperationStateReady final : TaskStateValue<OperationStateReady, OperationState> {
+struct OV_API OperationStateReady final : TaskStateValue<OperationStateReady, OperationState> {
     std::string_view kvoKeyPath() const override { return "isReady"; }
 };
-struct OperationStateExecuting final : TaskStateValue<OperationStateExecuting, OperationState> {
+struct OV_API OperationStateExecuting final
+    : TaskStateValue<OperationStateExecuting, OperationState> {
     std::string_view kvoKeyPath() const override { return "isExecuting"; }
 };
-struct OperationStateFinished final : TaskStateValue<OperationStateFinished, OperationState> {
+struct OV_API OperationStateFinished final
+    : TaskStateValue<OperationStateFinished, OperationState> {
     std::string_view kvoKeyPath() const override { return "isFinished"; }
 };
-struct OperationStateCanceled final : TaskStateValue<OperationStateCanceled, OperationState> {
+struct OV_API OperationStateCanceled final
+    : TaskStateValue<OperationStateCanceled, OperationState> {
     std::string_view kvoKeyPath() const override { return "isCancelled"; }
 };
 // Cancelled before it was started.
-struct OperationStateTerminated final : TaskStateValue<OperationStateTerminated> {
+struct OV_API OperationStateTerminated final : TaskStateValue<OperationStateTerminated> {
     std::string_view kvoKeyPath() const override { return "isTerminated"; }
 };
 // Finished before it was started.
-struct OperationStatePrematurelyFinished final : TaskStateValue<OperationStatePrematurelyFinished> {
+struct OV_API OperationStatePrematurelyFinished final
+    : TaskStateValue<OperationStatePrematurelyFinished> {
     std::string_view kvoKeyPath() const override { return "isPrematurelyFinished"; }
 };
 

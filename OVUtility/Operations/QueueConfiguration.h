@@ -15,13 +15,14 @@
 #include <optional>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskPriority.h"
 
 namespace ov {
 
 class OperationQueue;
 
-class QueueConfiguration {
+class OV_API QueueConfiguration {
   public:
     virtual ~QueueConfiguration() = default;
     virtual std::shared_ptr<const PriorityValue> priority() const = 0;
@@ -33,7 +34,7 @@ class QueueConfiguration {
 };
 
 // Shared storage of the two public configurations.
-class StoredQueueConfiguration : public QueueConfiguration {
+class OV_API StoredQueueConfiguration : public QueueConfiguration {
   public:
     std::shared_ptr<const PriorityValue> priority() const override { return priority_; }
     void setPriority(std::shared_ptr<const PriorityValue> priority) {
@@ -56,18 +57,18 @@ class StoredQueueConfiguration : public QueueConfiguration {
 };
 
 // Priority medium, one operation at a time, quality veryLow, no name.
-struct SerialQueueConfiguration final : StoredQueueConfiguration {
+struct OV_API SerialQueueConfiguration final : StoredQueueConfiguration {
     SerialQueueConfiguration() : StoredQueueConfiguration(1) {}
 };
 
 // Priority medium, the default maximum (-1), quality veryLow, no name.
-struct ConcurrentQueueConfiguration final : StoredQueueConfiguration {
+struct OV_API ConcurrentQueueConfiguration final : StoredQueueConfiguration {
     ConcurrentQueueConfiguration() : StoredQueueConfiguration(-1) {}
 };
 
 // The configuration of a queue the task manager makes for a task on demand:
 // fixed priority, count and quality; a writable name.
-class TaskQueueConfiguration final : public QueueConfiguration {
+class OV_API TaskQueueConfiguration final : public QueueConfiguration {
   public:
     TaskQueueConfiguration(std::shared_ptr<const PriorityValue> priority,
                            int maxConcurrentOperationCount, TaskQualityOfService qualityOfService)
@@ -90,6 +91,6 @@ class TaskQueueConfiguration final : public QueueConfiguration {
 
 // A new operation queue with the configuration's maximum, quality of service
 // (bridged) and name. Keying it by priority is the caller's business.
-std::shared_ptr<OperationQueue> makeOperationQueue(const QueueConfiguration& configuration);
+OV_API std::shared_ptr<OperationQueue> makeOperationQueue(const QueueConfiguration& configuration);
 
 }  // namespace ov

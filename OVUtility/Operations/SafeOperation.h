@@ -39,8 +39,8 @@
 // after the operation has finished is ignored (no second "isFinished", no
 // second callback). The completion callback runs exactly
 // once: at once on the finishing thread without a callback queue, else as a
-// block operation on it; `callBackClosure()` is empty from then on. Expiry (configuration `expiration` > 0 seconds,
-// armed at start on the serial queue "com.orvanta.safeoperation", leeway
+// block operation on it; `callBackClosure()` is empty from then on. Expiry (configuration
+// `expiration` > 0 seconds, armed at start on the serial queue "com.orvanta.safeoperation", leeway
 // 0.1 s) behaves like cancel(): a verbose "Operation canceled " line with the
 // call stack, Canceled, Finished, callback.
 #pragma once
@@ -52,6 +52,7 @@
 #include <string_view>
 
 #include "OVUtility/Concurrency/DispatchTimerFactory.h"
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Operations/OperationBridge.h"
 #include "OVUtility/Operations/OperationState.h"
 #include "OVUtility/Platform/Operation.h"
@@ -61,7 +62,7 @@ namespace ov {
 class OperationQueue;
 class OperationTask;
 
-class SafeOperation : public Operation, public OperationBridge {
+class OV_API SafeOperation : public Operation, public OperationBridge {
   public:
     using CallBackClosure = std::function<void()>;
 

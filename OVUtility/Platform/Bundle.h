@@ -48,11 +48,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/StringsTable.h"
 
 namespace ov {
 
-class Bundle {
+class OV_API Bundle {
   public:
     // A bundle over a directory on disk.
     static std::shared_ptr<Bundle> make(std::filesystem::path directory);

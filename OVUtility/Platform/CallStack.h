@@ -8,8 +8,10 @@
 
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-std::string callStackSymbols();
+OV_API std::string callStackSymbols();
 
 }  // namespace ov

@@ -20,11 +20,12 @@
 #include <string>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Date.h"
 
 namespace ov {
 
-class DateFormatter {
+class OV_API DateFormatter {
   public:
     enum class Style { none, shortStyle, mediumStyle, longStyle, fullStyle };
 

@@ -12,9 +12,11 @@
 // from another thread while a user begins or ends an access.
 #pragma once
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class DiscardableContent {
+class OV_API DiscardableContent {
   public:
     virtual ~DiscardableContent() = default;
 

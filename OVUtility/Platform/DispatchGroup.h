@@ -11,11 +11,12 @@
 #include <mutex>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
-class DispatchGroup {
+class OV_API DispatchGroup {
   public:
     DispatchGroup();
     ~DispatchGroup();

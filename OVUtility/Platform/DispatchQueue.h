@@ -38,6 +38,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchTime.h"
 #include "OVUtility/Platform/QualityOfService.h"
 
@@ -58,7 +59,7 @@ class DispatchSpecificKeyBase {
 template <typename T>
 class DispatchSpecificKey : public DispatchSpecificKeyBase {};
 
-class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
+class OV_API DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
   public:
     enum class Attributes { serial, concurrent };
 

@@ -11,11 +11,12 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchTime.h"
 
 namespace ov {
 
-class DispatchSemaphore {
+class OV_API DispatchSemaphore {
   public:
     explicit DispatchSemaphore(long value = 0) : value_(value) {}
     DispatchSemaphore(const DispatchSemaphore&) = delete;

@@ -25,11 +25,12 @@
 
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 
 namespace ov {
 
-class DispatchSource : public std::enable_shared_from_this<DispatchSource> {
+class OV_API DispatchSource : public std::enable_shared_from_this<DispatchSource> {
   public:
     static std::shared_ptr<DispatchSource> makeTimer(
         std::shared_ptr<DispatchQueue> queue = nullptr);

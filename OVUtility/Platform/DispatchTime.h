@@ -11,6 +11,8 @@
 #include <chrono>
 #include <compare>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 class DispatchTime {
@@ -35,7 +37,7 @@ class DispatchTime {
         return DispatchTime(t.tp_ + ns);
     }
     // Seconds as a double; a value too large, or not finite, saturates.
-    friend DispatchTime operator+(DispatchTime t, double seconds);
+    friend OV_API DispatchTime operator+(DispatchTime t, double seconds);
 
     friend constexpr auto operator<=>(DispatchTime, DispatchTime) = default;
 

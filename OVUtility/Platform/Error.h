@@ -12,9 +12,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-struct Error {
+struct OV_API Error {
     std::string domain;
     long code = 0;
     std::string message;

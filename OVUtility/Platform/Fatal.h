@@ -8,8 +8,10 @@
 
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-[[noreturn]] void fatal(std::string_view reason);
+[[noreturn]] OV_API void fatal(std::string_view reason);
 
 }  // namespace ov

@@ -18,18 +18,20 @@
 // relaxed atomic load.
 #pragma once
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov::interleaving {
 
 using Hook = void (*)(const char* point);
 
 // Installs `hook` (nullptr removes it). Returns the previous one.
-Hook setHook(Hook hook) noexcept;
+OV_API Hook setHook(Hook hook) noexcept;
 
 // Whether this build of the library has its interleaving points compiled in.
-bool available() noexcept;
+OV_API bool available() noexcept;
 
 // Runs the installed hook, if any, for `point`.
-void reach(const char* point) noexcept;
+OV_API void reach(const char* point) noexcept;
 
 }  // namespace ov::interleaving
 

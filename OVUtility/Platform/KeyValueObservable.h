@@ -30,13 +30,14 @@
 #include <string_view>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/SpinLock.h"
 
 namespace ov {
 
 enum class KeyValueChange { willChange, didChange };
 
-class KeyValueObservable {
+class OV_API KeyValueObservable {
   public:
     using Observer = std::function<void(std::string_view key, KeyValueChange change)>;
     using Token = std::uint64_t;

@@ -27,11 +27,12 @@
 
 #include <cstddef>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchTime.h"
 
 namespace ov {
 
-class MainQueuePort {
+class OV_API MainQueuePort {
   public:
     // The descriptor, created on first call and kept for the process. Never
     // read or close it yourself; perform() clears it.

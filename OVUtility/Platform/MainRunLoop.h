@@ -18,11 +18,12 @@
 
 #include <functional>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchTime.h"
 
 namespace ov {
 
-class MainRunLoop {
+class OV_API MainRunLoop {
   public:
     static bool isMainThread();
     // Runs main-queue blocks until `stop()` is called (from any thread).

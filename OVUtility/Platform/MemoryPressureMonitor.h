@@ -42,12 +42,14 @@
 #include <string>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 class DispatchQueue;
 class NotificationCenter;
 
-class MemoryPressureMonitor {
+class OV_API MemoryPressureMonitor {
   public:
     static constexpr std::string_view didReceiveMemoryWarningNotification =
         "UIApplicationDidReceiveMemoryWarningNotification";

@@ -18,6 +18,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 using NotificationName = std::string;
@@ -52,7 +54,7 @@ class AnyObject {
     const std::type_info* type_ = nullptr;
 };
 
-struct Notification {
+struct OV_API Notification {
     NotificationName name;
     AnyObject object;
     nlohmann::json userInfo;  // null when the poster gave none

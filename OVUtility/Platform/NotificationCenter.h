@@ -40,6 +40,7 @@
 #include <mutex>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Notification.h"
 
 namespace ov {
@@ -49,7 +50,7 @@ class OperationQueue;
 
 // Where a registration's block runs: on the posting thread (empty), on a
 // dispatch queue, or on an operation queue.
-class NotificationQueue {
+class OV_API NotificationQueue {
   public:
     NotificationQueue() = default;
     NotificationQueue(std::nullptr_t) {}
@@ -77,7 +78,7 @@ class NotificationToken {
     std::uint64_t id_;
 };
 
-class NotificationCenter : public std::enable_shared_from_this<NotificationCenter> {
+class OV_API NotificationCenter : public std::enable_shared_from_this<NotificationCenter> {
   public:
     using Block = std::function<void(const Notification&)>;
     using Token = std::shared_ptr<NotificationToken>;

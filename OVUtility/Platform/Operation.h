@@ -31,6 +31,7 @@
 #include <string>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/KeyValueObservable.h"
 #include "OVUtility/Platform/QualityOfService.h"
 #include "OVUtility/Platform/SpinLock.h"
@@ -39,7 +40,7 @@ namespace ov {
 
 class OperationQueue;
 
-class Operation : public KeyValueObservable, public std::enable_shared_from_this<Operation> {
+class OV_API Operation : public KeyValueObservable, public std::enable_shared_from_this<Operation> {
   public:
     // The platform's queue priorities.
     enum class QueuePriority : int { veryLow = -8, low = -4, normal = 0, high = 4, veryHigh = 8 };
@@ -106,7 +107,7 @@ class Operation : public KeyValueObservable, public std::enable_shared_from_this
 };
 
 // Runs one or more blocks, in the order added, on the thread that starts it.
-class BlockOperation : public Operation {
+class OV_API BlockOperation : public Operation {
   public:
     using Block = std::function<void()>;
 

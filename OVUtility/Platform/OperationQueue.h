@@ -39,13 +39,14 @@
 #include <string>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchQueue.h"
 #include "OVUtility/Platform/Operation.h"
 #include "OVUtility/Platform/QualityOfService.h"
 
 namespace ov {
 
-class OperationQueue : public std::enable_shared_from_this<OperationQueue> {
+class OV_API OperationQueue : public std::enable_shared_from_this<OperationQueue> {
   public:
     static constexpr int defaultMaxConcurrentOperationCount = -1;
     static constexpr int kDefaultConcurrency = 64;

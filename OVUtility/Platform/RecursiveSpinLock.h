@@ -13,11 +13,12 @@
 
 #include <atomic>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/SpinLock.h"
 
 namespace ov {
 
-class RecursiveSpinLock {
+class OV_API RecursiveSpinLock {
   public:
     void lock() noexcept {
         const void* self = threadTag();

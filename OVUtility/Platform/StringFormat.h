@@ -25,9 +25,11 @@
 #include <variant>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class FormatArgument {
+class OV_API FormatArgument {
   public:
     FormatArgument(std::string_view text) : value_(std::string(text)) {}
     FormatArgument(const std::string& text) : value_(text) {}
@@ -43,12 +45,13 @@ class FormatArgument {
     std::variant<std::string, long long> value_;
 };
 
-std::string formatString(std::string_view format, const std::vector<FormatArgument>& arguments);
+OV_API std::string formatString(std::string_view format,
+                                const std::vector<FormatArgument>& arguments);
 
 // The placeholders of a format, in order, as the conversion characters that
 // matter for argument types ("@" for a text, "d" for an integer), e.g.
 // "CheckOutSongBy %@ %@" -> {"@", "@"}. Positional forms are reported in
 // argument order. Used to compare a translation against its key.
-std::vector<std::string> formatPlaceholders(std::string_view format);
+OV_API std::vector<std::string> formatPlaceholders(std::string_view format);
 
 }  // namespace ov

@@ -30,6 +30,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
 struct StringsTableEntry {
@@ -38,7 +40,7 @@ struct StringsTableEntry {
     int line = 0;
 };
 
-struct StringsTableError {
+struct OV_API StringsTableError {
     std::string file;
     int line = 0;  // 0 when the file could not be read at all
     std::string reason;
@@ -49,7 +51,7 @@ struct StringsTableError {
 
 struct StringsTableParseResult;
 
-class StringsTable {
+class OV_API StringsTable {
   public:
     using ParseResult = StringsTableParseResult;
 
@@ -72,7 +74,7 @@ class StringsTable {
     std::unordered_map<std::string, std::string> values_;
 };
 
-struct StringsTableParseResult {
+struct OV_API StringsTableParseResult {
     std::optional<StringsTable> table;
     std::optional<StringsTableError> error;
 };

@@ -18,11 +18,12 @@
 #include <queue>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchTime.h"
 
 namespace ov {
 
-class TimerScheduler {
+class OV_API TimerScheduler {
   public:
     static TimerScheduler& shared();
 

@@ -30,9 +30,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class UserDefaults {
+class OV_API UserDefaults {
   public:
     // A store backed by `path` (loaded now).
     static std::shared_ptr<UserDefaults> make(std::filesystem::path path);

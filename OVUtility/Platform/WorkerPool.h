@@ -24,11 +24,12 @@
 #include <deque>
 #include <mutex>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/QualityOfService.h"
 
 namespace ov {
 
-class WorkerPool {
+class OV_API WorkerPool {
   public:
     struct Job {
         void (*function)(void*) = nullptr;

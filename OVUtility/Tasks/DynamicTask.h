@@ -35,17 +35,18 @@
 #include <string>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/DispatchSemaphore.h"
 #include "OVUtility/Tasks/ManagedTask.h"
 #include "OVUtility/Tasks/TaskCompletable.h"
 
 namespace ov {
 
-class DynamicTask : public ManagedTask,
-                    public virtual TaskCompletable,
-                    public virtual TaskDuplicable,
-                    public virtual TaskExclusible,
-                    public virtual TaskInterruptable {
+class OV_API DynamicTask : public ManagedTask,
+                           public virtual TaskCompletable,
+                           public virtual TaskDuplicable,
+                           public virtual TaskExclusible,
+                           public virtual TaskInterruptable {
   public:
     using CompletionClosure = GeneralTask::CompletionClosure;
 

@@ -46,6 +46,7 @@
 #include <optional>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
 #include "OVUtility/Platform/Error.h"
 #include "OVUtility/Tasks/OperationTask.h"
@@ -55,7 +56,7 @@
 
 namespace ov {
 
-class GeneralTask : public virtual OperationTask, public virtual TaskConfigurable {
+class OV_API GeneralTask : public virtual OperationTask, public virtual TaskConfigurable {
   public:
     using CompletionClosure = TaskCompletable::CompletionClosure;
 
@@ -169,7 +170,7 @@ class GeneralTask : public virtual OperationTask, public virtual TaskConfigurabl
 };
 
 // A GeneralTask whose work is a closure returning the result.
-class GeneralClosureTask : public GeneralTask {
+class OV_API GeneralClosureTask : public GeneralTask {
   public:
     using TaskClosure = std::function<std::shared_ptr<TaskResult>(GeneralTask&)>;
 

@@ -22,6 +22,7 @@
 #include <string_view>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/GeneralTask.h"
 #include "OVUtility/Tasks/TaskDependable.h"
 #include "OVUtility/Tasks/TaskExecutable.h"
@@ -30,12 +31,12 @@
 
 namespace ov {
 
-class ManagedTask : public GeneralTask,
-                    public virtual TaskExecutable,
-                    public virtual TaskIndexable,
-                    public virtual TaskDependable,
-                    public virtual TaskCombinable,
-                    public virtual TaskDisposable {
+class OV_API ManagedTask : public GeneralTask,
+                           public virtual TaskExecutable,
+                           public virtual TaskIndexable,
+                           public virtual TaskDependable,
+                           public virtual TaskCombinable,
+                           public virtual TaskDisposable {
   public:
     // (prefix + UUID)
     std::string taskId() const override;

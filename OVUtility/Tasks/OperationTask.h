@@ -18,6 +18,7 @@
 #include <optional>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Error.h"
 #include "OVUtility/Tasks/TaskObject.h"
 #include "OVUtility/Tasks/TaskPriority.h"
@@ -27,19 +28,19 @@ namespace ov {
 
 class OperationBridge;
 
-class TaskCancelable : public virtual TaskObject {
+class OV_API TaskCancelable : public virtual TaskObject {
   public:
     virtual bool markCancelled() const = 0;
     virtual void cancel(std::optional<Error> error) = 0;
 };
 
-class TaskPrioritizable : public virtual TaskObject {
+class OV_API TaskPrioritizable : public virtual TaskObject {
   public:
     virtual std::shared_ptr<const PriorityValue> priority() const = 0;
     virtual TaskQualityOfService qualityOfService() const = 0;
 };
 
-class OperationTask : public virtual TaskCancelable, public virtual TaskPrioritizable {
+class OV_API OperationTask : public virtual TaskCancelable, public virtual TaskPrioritizable {
   public:
     // Default: TaskPriority::medium.
     std::shared_ptr<const PriorityValue> priority() const override;

@@ -30,11 +30,12 @@
 #include <string>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/ManagedTask.h"
 
 namespace ov {
 
-class StandardTask : public ManagedTask {
+class OV_API StandardTask : public ManagedTask {
   public:
     StandardTask();
     static std::shared_ptr<StandardTask> make() { return std::make_shared<StandardTask>(); }
@@ -48,7 +49,7 @@ class StandardTask : public ManagedTask {
 };
 
 // A StandardTask whose work is a synchronous closure ("--standard-closure-task-" ids).
-class StandardClosureTask : public StandardTask {
+class OV_API StandardClosureTask : public StandardTask {
   public:
     using TaskClosure = std::function<std::shared_ptr<TaskResult>(GeneralTask&)>;
 
@@ -68,7 +69,7 @@ class StandardClosureTask : public StandardTask {
 
 // A StandardTask whose work reports its result through a callback
 // ("--standard-async-closure-task-" ids).
-class StandardAsyncClosureTask : public StandardTask {
+class OV_API StandardAsyncClosureTask : public StandardTask {
   public:
     using Callback = std::function<void(std::shared_ptr<TaskResult>)>;
     using TaskClosure = std::function<void(GeneralTask&, Callback)>;

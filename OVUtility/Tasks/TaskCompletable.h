@@ -11,12 +11,13 @@
 #include <memory>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskIndexable.h"
 #include "OVUtility/Tasks/TaskResult.h"
 
 namespace ov {
 
-class TaskCompletable : public virtual TaskIndexable {
+class OV_API TaskCompletable : public virtual TaskIndexable {
   public:
     using CompletionClosure = std::function<void(std::shared_ptr<TaskResult>)>;
 
@@ -26,7 +27,7 @@ class TaskCompletable : public virtual TaskIndexable {
     virtual void setCompletionClosure(CompletionClosure closure) = 0;
 };
 
-class TaskDuplicable : public virtual TaskCompletable {
+class OV_API TaskDuplicable : public virtual TaskCompletable {
   public:
     virtual std::vector<std::shared_ptr<TaskDuplicable>>& duplicatedTasks() = 0;
     // Default: appends `task` to duplicatedTasks() (nothing else).

@@ -10,6 +10,7 @@
 
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskObject.h"
 
 namespace ov {
@@ -17,14 +18,14 @@ namespace ov {
 class OperationConfiguration;
 
 // Marker for configurations that tasks carry; no requirements.
-class TaskConfiguration {
+class OV_API TaskConfiguration {
   public:
     virtual ~TaskConfiguration() = default;
 };
 
-struct DefaultTaskConfiguration final : TaskConfiguration {};
+struct OV_API DefaultTaskConfiguration final : TaskConfiguration {};
 
-class TaskConfigurable : public virtual TaskObject {
+class OV_API TaskConfigurable : public virtual TaskObject {
   public:
     virtual std::shared_ptr<const TaskConfiguration> configuration() const = 0;
     virtual std::shared_ptr<const OperationConfiguration> operationConfiguration() const = 0;

@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskIndexable.h"
 #include "OVUtility/Tasks/TaskResult.h"
 
@@ -28,7 +29,7 @@ namespace ov {
 
 class TaskCombinable;
 
-class TaskDependable : public virtual TaskObject {
+class OV_API TaskDependable : public virtual TaskObject {
   public:
     // Accessed from the executor's serial context.
     virtual std::vector<std::string>& dependencies() = 0;
@@ -46,7 +47,7 @@ class TaskDependable : public virtual TaskObject {
     virtual void executeAfter(const std::shared_ptr<TaskCombinable>& task);
 };
 
-class TaskCombinable : public virtual TaskIndexable {
+class OV_API TaskCombinable : public virtual TaskIndexable {
   public:
     // Accessed from the executor's serial context.
     virtual std::vector<std::shared_ptr<TaskDependable>>& nextTasks() = 0;

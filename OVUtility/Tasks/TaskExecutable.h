@@ -15,13 +15,14 @@
 #include <optional>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Error.h"
 #include "OVUtility/Tasks/OperationTask.h"
 #include "OVUtility/Tasks/TaskIndexable.h"
 
 namespace ov {
 
-class TaskOperationExecutor {
+class OV_API TaskOperationExecutor {
   public:
     using Query = std::function<bool(const std::shared_ptr<TaskIndexable>&)>;
 
@@ -35,7 +36,7 @@ class TaskOperationExecutor {
     virtual void serialize(bool shouldWait, std::function<void()> closure) = 0;
 };
 
-class TaskExecutable : public virtual OperationTask, public virtual TaskIndexable {
+class OV_API TaskExecutable : public virtual OperationTask, public virtual TaskIndexable {
   public:
     virtual std::shared_ptr<TaskOperationExecutor> taskExecutor() const = 0;
 

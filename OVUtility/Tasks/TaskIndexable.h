@@ -8,18 +8,19 @@
 #include <optional>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskObject.h"
 
 namespace ov {
 
-class TaskIndexable : public virtual TaskObject {
+class OV_API TaskIndexable : public virtual TaskObject {
   public:
     virtual std::string taskId() const = 0;
     virtual bool canBeIndexed() const = 0;
     virtual void setCanBeIndexed(bool canBeIndexed) = 0;
 };
 
-class TaskExclusible : public virtual TaskIndexable {
+class OV_API TaskExclusible : public virtual TaskIndexable {
   public:
     virtual std::optional<std::string> exclusiveId() const = 0;
 };

@@ -8,11 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskIndexable.h"
 
 namespace ov {
 
-class TaskIndexer {
+class OV_API TaskIndexer {
   public:
     virtual ~TaskIndexer() = default;
     virtual void index(std::shared_ptr<TaskIndexable> task) = 0;

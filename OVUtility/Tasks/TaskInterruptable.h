@@ -4,17 +4,18 @@
 // - TaskDisposable: a task whose on-demand queue is removed when it completes.
 #pragma once
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/OperationTask.h"
 
 namespace ov {
 
-class TaskInterruptable : public virtual OperationTask {
+class OV_API TaskInterruptable : public virtual OperationTask {
   public:
     virtual void pause() = 0;
     virtual void resume() = 0;
 };
 
-class TaskDisposable : public virtual TaskPrioritizable {
+class OV_API TaskDisposable : public virtual TaskPrioritizable {
   public:
     virtual bool shouldRemoveQueueOnComplete() const = 0;
 };

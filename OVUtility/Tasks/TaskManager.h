@@ -71,6 +71,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Operations/QueueConfiguration.h"
 #include "OVUtility/Tasks/TaskExecutable.h"
 #include "OVUtility/Tasks/TaskIndexer.h"
@@ -81,7 +82,8 @@ class DispatchQueue;
 class OperationQueue;
 class TaskResult;
 
-class TaskManager : public TaskOperationExecutor, public std::enable_shared_from_this<TaskManager> {
+class OV_API TaskManager : public TaskOperationExecutor,
+                           public std::enable_shared_from_this<TaskManager> {
   public:
     using Configurations = std::vector<std::shared_ptr<const QueueConfiguration>>;
 

@@ -17,11 +17,12 @@
 
 #include <unordered_map>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskIndexer.h"
 
 namespace ov {
 
-class TaskMap : public TaskIndexer {
+class OV_API TaskMap : public TaskIndexer {
   public:
     void index(std::shared_ptr<TaskIndexable> task) override;
     void index(std::shared_ptr<TaskIndexable> task, std::string taskId) override;

@@ -13,11 +13,12 @@
 
 #include <memory>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Tasks/TaskCast.h"
 
 namespace ov {
 
-class TaskObject : public std::enable_shared_from_this<TaskObject> {
+class OV_API TaskObject : public std::enable_shared_from_this<TaskObject> {
   public:
     virtual ~TaskObject() = default;
 

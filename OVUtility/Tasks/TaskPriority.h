@@ -20,17 +20,18 @@
 #include <memory>
 #include <optional>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/QualityOfService.h"
 
 namespace ov {
 
-class PriorityValue {
+class OV_API PriorityValue {
   public:
     virtual ~PriorityValue() = default;
     virtual int intValue() const = 0;
 };
 
-class TaskPriority final : public PriorityValue {
+class OV_API TaskPriority final : public PriorityValue {
   public:
     enum Case : int { veryLow = -8, low = -4, medium = 0, high = 4, veryHigh = 8 };
 

@@ -14,12 +14,13 @@
 #include <optional>
 #include <string>
 
+#include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Platform/Error.h"
 #include "OVUtility/Platform/SpinLock.h"
 
 namespace ov {
 
-class TaskResult {
+class OV_API TaskResult {
   public:
     virtual ~TaskResult() = default;
     virtual bool success() const = 0;
@@ -34,7 +35,7 @@ class TaskResult {
     }
 };
 
-class TaskResultIndexable : public virtual TaskResult {
+class OV_API TaskResultIndexable : public virtual TaskResult {
   public:
     virtual std::string taskId() const = 0;
     virtual void setTaskId(std::string taskId) = 0;
@@ -77,14 +78,14 @@ class SynchronisedResult : public virtual Interface {
 
 }  // namespace detail
 
-class GeneralTaskResult : public detail::SynchronisedResult<TaskResult> {
+class OV_API GeneralTaskResult : public detail::SynchronisedResult<TaskResult> {
   public:
     GeneralTaskResult() = default;
     GeneralTaskResult(bool success, std::optional<Error> error)
         : SynchronisedResult(success, std::move(error)) {}
 };
 
-class IndexableTaskResult : public detail::SynchronisedResult<TaskResultIndexable> {
+class OV_API IndexableTaskResult : public detail::SynchronisedResult<TaskResultIndexable> {
   public:
     IndexableTaskResult() = default;
     IndexableTaskResult(bool success, std::optional<Error> error, std::string taskId)

@@ -16,9 +16,11 @@
 
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-class TaskState {
+class OV_API TaskState {
   public:
     virtual ~TaskState() = default;
     virtual std::string_view kvoKeyPath() const = 0;
@@ -33,7 +35,7 @@ class TaskState {
 // Supplies `instance()` and `canonical()` for an empty state type `Derived`
 // deriving (through this) from `Base` (TaskState or a refinement of it).
 template <typename Derived, typename Base = TaskState>
-class TaskStateValue : public Base {
+class OV_API TaskStateValue : public Base {
   public:
     static const Derived& instance() {
         static const Derived* const value = new Derived();  // never destroyed
@@ -42,11 +44,11 @@ class TaskStateValue : public Base {
     const TaskState& canonical() const override { return instance(); }
 };
 
-struct TaskStatePaused final : TaskStateValue<TaskStatePaused> {
+struct OV_API TaskStatePaused final : TaskStateValue<TaskStatePaused> {
     std::string_view kvoKeyPath() const override { return "isPaused"; }
 };
 
-struct TaskStateResumed final : TaskStateValue<TaskStateResumed> {
+struct OV_API TaskStateResumed final : TaskStateValue<TaskStateResumed> {
     std::string_view kvoKeyPath() const override { return "isResumed"; }
 };
 

@@ -11,11 +11,13 @@
 #include <string>
 #include <string_view>
 
+#include "OVUtility/OVUtilityExport.h"
+
 namespace ov {
 
-std::string makeUUIDString();
+OV_API std::string makeUUIDString();
 
 // Appends a fresh UUID string to `prefix` (one allocation for the whole id).
-std::string makeIdentifier(std::string_view prefix);
+OV_API std::string makeIdentifier(std::string_view prefix);
 
 }  // namespace ov
