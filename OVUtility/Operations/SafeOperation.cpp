@@ -26,14 +26,15 @@ ovlog::Module& logModule() {
 }
 
 const TaskState* const kReady = &OperationStateReady::instance();
+const TaskState* const kExecuting = &OperationStateExecuting::instance();
 const TaskState* const kFinished = &OperationStateFinished::instance();
+const TaskState* const kCanceled = &OperationStateCanceled::instance();
 
 // Whether a canonical state is one of the four OperationStates (the states
 // the platform flags are read from); pointer tests, as every stored state is
-// its type's one instance.
+// its type's one instance. `operationState_` only ever holds one of these
+// four, so the flags below are pointer tests too.
 bool isOperationState(const TaskState* state) {
-    static const TaskState* const kExecuting = &OperationStateExecuting::instance();
-    static const TaskState* const kCanceled = &OperationStateCanceled::instance();
     return state == kReady || state == kExecuting || state == kFinished || state == kCanceled;
 }
 
@@ -85,10 +86,16 @@ std::shared_ptr<SafeOperation> SafeOperation::make(std::shared_ptr<OperationTask
         explicit Made(std::shared_ptr<OperationTask> task) : SafeOperation(std::move(task)) {}
     };
     std::shared_ptr<SafeOperation> op = std::make_shared<Made>(std::move(task));
-    // A task that has already ended refuses the link: it must not run again.
-    if (op->task_ && !op->task_->attachOperationBridge(op)) return nullptr;
-    op->setupOperation();
+    if (!op->link()) return nullptr;
     return op;
+}
+
+bool SafeOperation::link() {
+    // A task that has already ended refuses the link: it must not run again.
+    auto self = std::static_pointer_cast<SafeOperation>(weak_from_this().lock());
+    if (task_ && !task_->attachOperationBridge(self)) return false;
+    setupOperation();
+    return true;
 }
 
 void SafeOperation::setupOperation() {
@@ -118,6 +125,23 @@ class SafeOperation::HandOver final : public BlockOperation {
     const TaskState* state_;  // a canonical state instance: lives for the process
 };
 
+// The completion callback as a block operation on the callback queue; it
+// keeps the operation (and so a subclass's completion state) until it runs.
+class SafeOperation::CallBackOperation final : public BlockOperation {
+  public:
+    CallBackOperation(std::shared_ptr<SafeOperation> operation, CallBackClosure closure)
+        : operation_(std::move(operation)), closure_(std::move(closure)) {}
+    void main() override {
+        auto operation = std::move(operation_);
+        operation->callBack(closure_);
+        closure_ = nullptr;  // what it captured goes with the callback's turn
+    }
+
+  private:
+    std::shared_ptr<SafeOperation> operation_;
+    CallBackClosure closure_;
+};
+
 std::weak_ptr<SafeOperation> SafeOperation::weakSelf() {
     return std::static_pointer_cast<SafeOperation>(weak_from_this().lock());
 }
@@ -125,21 +149,20 @@ std::weak_ptr<SafeOperation> SafeOperation::weakSelf() {
 // ------------------------------------------------------------------ flags
 
 bool SafeOperation::isReady() const {
-    return is(operationState_.load(), kReadyKey);
+    return operationState_.load() == kReady;
 }
 bool SafeOperation::isExecuting() const {
-    return is(operationState_.load(), kExecutingKey);
+    return operationState_.load() == kExecuting;
 }
 bool SafeOperation::isFinished() const {
-    return is(operationState_.load(), kFinishedKey);
+    return operationState_.load() == kFinished;
 }
 bool SafeOperation::isCancelled() const {
-    return is(operationState_.load(), kCancelledKey);
+    return operationState_.load() == kCanceled;
 }
 
 bool SafeOperation::isOperating() const {
-    const TaskState* s = operationState_.load();
-    return !is(s, kReadyKey) && !is(s, kFinishedKey) && !is(s, kCancelledKey);
+    return operationState_.load() == kExecuting;
 }
 
 bool SafeOperation::isInState(const TaskState& state) const {
@@ -157,7 +180,7 @@ std::shared_ptr<OperationTask> SafeOperation::task() const {
 
 void SafeOperation::setTask(std::shared_ptr<OperationTask> task) {
     std::lock_guard lock(fieldsMutex_);
-    task_ = std::move(task);
+    task_.swap(task);  // a replaced task is released after the lock
 }
 
 SafeOperation::CallBackClosure SafeOperation::callBackClosure() const {
@@ -167,7 +190,7 @@ SafeOperation::CallBackClosure SafeOperation::callBackClosure() const {
 
 void SafeOperation::setCallBackClosure(CallBackClosure closure) {
     std::lock_guard lock(fieldsMutex_);
-    callBackClosure_ = std::move(closure);
+    callBackClosure_.swap(closure);  // a replaced closure is released after the lock
 }
 
 std::shared_ptr<OperationQueue> SafeOperation::callBackQueue() const {
@@ -177,7 +200,7 @@ std::shared_ptr<OperationQueue> SafeOperation::callBackQueue() const {
 
 void SafeOperation::setCallBackQueue(std::shared_ptr<OperationQueue> queue) {
     std::lock_guard lock(fieldsMutex_);
-    callBackQueue_ = std::move(queue);
+    callBackQueue_.swap(queue);
 }
 
 // ------------------------------------------------------------------ transitions
@@ -366,12 +389,17 @@ void SafeOperation::deliverCompletion() {
         closure = std::exchange(callBackClosure_, nullptr);
         queue = callBackQueue_;
     }
-    if (!closure) return;
-    if (queue) {
-        queue->addOperation(BlockOperation::make(std::move(closure)));
+    if (!closure && !ownsCallBack_) return;
+    auto self = std::static_pointer_cast<SafeOperation>(weak_from_this().lock());
+    if (queue && self) {
+        queue->addOperation(std::make_shared<CallBackOperation>(std::move(self), std::move(closure)));
     } else {
-        closure();
+        callBack(closure);
     }
+}
+
+void SafeOperation::callBack(CallBackClosure& closure) {
+    if (closure) closure();
 }
 
 }  // namespace ov

@@ -56,6 +56,7 @@
 #include "OVUtility/Operations/OperationBridge.h"
 #include "OVUtility/Operations/OperationState.h"
 #include "OVUtility/Platform/Operation.h"
+#include "OVUtility/Platform/SpinLock.h"
 
 namespace ov {
 
@@ -109,8 +110,29 @@ class OV_API SafeOperation : public Operation, public OperationBridge {
     // Copies priority, quality of service and callback queue from the task.
     virtual void setupOperation();
 
+    // For subclasses that carry their own completion state (an executor's
+    // bookkeeping) instead of a closure: makes an `Op` from the task and
+    // `args`, in one allocation, and links it to the task as make() does.
+    // Null when the task refuses the link. `Op`'s constructor must be
+    // reachable from here (public, or befriend SafeOperation).
+    template <typename Op, typename... Args>
+    static std::shared_ptr<Op> makeLinked(std::shared_ptr<OperationTask> task, Args&&... args) {
+        auto op = std::make_shared<Op>(std::move(task), std::forward<Args>(args)...);
+        if (!op->link()) return nullptr;
+        return op;
+    }
+    // The completion callback, delivered once (on the callback queue when one
+    // is set). The base runs `closure` (the one set with setCallBackClosure);
+    // a subclass that sets `ownsCallBack_` in its constructor is called even
+    // without a closure and may use its own state instead.
+    virtual void callBack(CallBackClosure& closure);
+    bool ownsCallBack_ = false;
+
   private:
     class HandOver;
+    class CallBackOperation;
+    // Attaches the operation to its task and copies the task's settings.
+    bool link();
     void apply(const TaskState& target);
     void handOver(const TaskState& target);
     void finishingPath();
@@ -129,7 +151,7 @@ class OV_API SafeOperation : public Operation, public OperationBridge {
     std::atomic<bool> completionDelivered_{false};
     DispatchTimerFactory timeSchedulerFactory_;
 
-    mutable std::mutex fieldsMutex_;  // guards the members below
+    mutable SpinLock fieldsMutex_;  // guards the members below (short sections only)
     std::shared_ptr<BlockTimer> expirationTimer_;
     CallBackClosure callBackClosure_;
     std::shared_ptr<OperationQueue> callBackQueue_;

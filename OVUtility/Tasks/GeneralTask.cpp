@@ -60,7 +60,7 @@ std::shared_ptr<TaskResult> GeneralTask::result() const {
 
 void GeneralTask::setResult(std::shared_ptr<TaskResult> result) {
     std::lock_guard lock(mutex_);
-    result_ = std::move(result);
+    result_.swap(result);  // the old result is released after the lock
 }
 
 bool GeneralTask::markCancelled() const {
@@ -79,7 +79,7 @@ std::shared_ptr<const PriorityValue> GeneralTask::priority() const {
 void GeneralTask::setPriority(std::shared_ptr<const PriorityValue> priority) {
     if (!priority) return;
     std::lock_guard lock(mutex_);
-    priority_ = std::move(priority);
+    priority_.swap(priority);
 }
 
 void GeneralTask::setPriority(TaskPriority priority) {
@@ -103,7 +103,7 @@ std::shared_ptr<const TaskConfiguration> GeneralTask::configuration() const {
 
 void GeneralTask::setConfiguration(std::shared_ptr<const TaskConfiguration> configuration) {
     std::lock_guard lock(mutex_);
-    configuration_ = std::move(configuration);
+    configuration_.swap(configuration);
 }
 
 std::shared_ptr<const OperationConfiguration> GeneralTask::operationConfiguration() const {
@@ -116,7 +116,7 @@ void GeneralTask::setOperationConfiguration(
     // The task keeps its own copy: configurations are values.
     if (configuration) configuration = configuration->copy();
     std::lock_guard lock(mutex_);
-    operationConfiguration_ = std::move(configuration);
+    operationConfiguration_.swap(configuration);
 }
 
 GeneralTask::CompletionClosure GeneralTask::completionClosure() const {
@@ -126,7 +126,7 @@ GeneralTask::CompletionClosure GeneralTask::completionClosure() const {
 
 void GeneralTask::setCompletionClosure(CompletionClosure closure) {
     std::lock_guard lock(mutex_);
-    completionClosure_ = std::move(closure);
+    completionClosure_.swap(closure);
 }
 
 std::shared_ptr<OperationBridge> GeneralTask::operationBridge() const {

@@ -34,7 +34,7 @@
 // - Kept on purpose: the completion closure is released once it has run, so
 //   nothing it captured stays alive with the task (no cycle through it).
 //
-// Fields are guarded by the task's own mutex, so they may be read and set
+// Fields are guarded by the task's own (spin) lock, so they may be read and set
 // from any thread; the result object itself is handed from thread to thread
 // through the queues (see TaskResult.h).
 #pragma once
@@ -49,6 +49,7 @@
 #include "OVUtility/OVUtilityExport.h"
 #include "OVUtility/Operations/OperationConfiguration.h"
 #include "OVUtility/Platform/Error.h"
+#include "OVUtility/Platform/SpinLock.h"
 #include "OVUtility/Tasks/OperationTask.h"
 #include "OVUtility/Tasks/TaskCompletable.h"
 #include "OVUtility/Tasks/TaskConfigurable.h"
@@ -156,7 +157,10 @@ class OV_API GeneralTask : public virtual OperationTask, public virtual TaskConf
     // operation when one runs it, else by completing it here, once.
     void requestEnd(const TaskState& target);
 
-    mutable std::mutex mutex_;
+    // A one-byte lock: tasks exist by the hundred thousand and every
+    // critical section below is a few loads and stores (what a setter
+    // replaces is released after the lock is let go).
+    mutable SpinLock mutex_;
     std::shared_ptr<TaskResult> result_;
     std::atomic<bool> markCancelled_{false};
     std::shared_ptr<const PriorityValue> priority_;

@@ -15,7 +15,7 @@ std::string ManagedTask::taskId() const {
 
 void ManagedTask::setTaskId(std::string taskId) {
     std::lock_guard lock(idMutex_);
-    taskId_ = std::move(taskId);
+    taskId_.swap(taskId);  // the old id is freed after the lock
 }
 
 void ManagedTask::replaceTaskId(std::string_view prefix) {
@@ -37,7 +37,7 @@ std::shared_ptr<TaskOperationExecutor> ManagedTask::taskExecutor() const {
 
 void ManagedTask::setTaskExecutor(std::shared_ptr<TaskOperationExecutor> executor) {
     std::lock_guard lock(idMutex_);
-    taskExecutor_ = std::move(executor);
+    taskExecutor_.swap(executor);  // a replaced executor is released after the lock
 }
 
 bool ManagedTask::shouldRemoveQueueOnComplete() const {

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "OVUtility/OVUtilityExport.h"
+#include "OVUtility/Platform/SpinLock.h"
 #include "OVUtility/Tasks/GeneralTask.h"
 #include "OVUtility/Tasks/TaskDependable.h"
 #include "OVUtility/Tasks/TaskExecutable.h"
@@ -72,7 +73,7 @@ class OV_API ManagedTask : public GeneralTask,
     void replaceTaskId(std::string_view prefix);
 
   private:
-    mutable std::mutex idMutex_;  // guards taskId_ and taskExecutor_
+    mutable SpinLock idMutex_;  // guards taskId_ and taskExecutor_ (short sections only)
     std::string taskId_;
     std::atomic<bool> canBeIndexed_{true};
     std::shared_ptr<TaskOperationExecutor> taskExecutor_;

@@ -157,6 +157,60 @@ bool hasEnded(const OperationTask& task) {
 
 }  // namespace
 
+// ------------------------------------------------------------------ the manager's operation
+
+// The callback of an operation the manager added runs once, on the task's
+// callback queue, when the operation has ended: it delivers the completion
+// there (unless the task leaves the index first) and moves the bookkeeping
+// onto the serial queue. Its state lives in the operation itself, so the
+// callback costs no closure of its own.
+class TaskManager::ManagedOperation final : public SafeOperation {
+  public:
+    ManagedOperation(std::shared_ptr<OperationTask> task, std::weak_ptr<TaskManager> manager,
+                     std::string taskId, int priority, const OperationQueue* queue,
+                     bool deIndexFirst)
+        : SafeOperation(std::move(task)),
+          manager_(std::move(manager)),
+          taskId_(std::move(taskId)),
+          queue_(queue),
+          priority_(priority),
+          deIndexFirst_(deIndexFirst) {
+        ownsCallBack_ = true;
+    }
+
+    static std::shared_ptr<ManagedOperation> make(std::shared_ptr<OperationTask> task,
+                                                  std::weak_ptr<TaskManager> manager,
+                                                  std::string taskId, int priority,
+                                                  const OperationQueue* queue, bool deIndexFirst) {
+        return makeLinked<ManagedOperation>(std::move(task), std::move(manager), std::move(taskId),
+                                            priority, queue, deIndexFirst);
+    }
+
+  private:
+    void callBack(CallBackClosure& closure) override {
+        SafeOperation::callBack(closure);
+        auto task = this->task();
+        if (!task) return;
+        if (!deIndexFirst_) ov::deliverCompletion(task);
+        if (auto manager = manager_.lock()) {
+            IntakeItem item;
+            item.kind = IntakeItem::Kind::ended;
+            item.task = std::move(task);
+            item.taskId = std::move(taskId_);
+            item.queue = queue_;
+            item.priority = priority_;
+            item.deIndexFirst = deIndexFirst_;
+            manager->enqueueIntake(std::move(item));
+        }
+    }
+
+    std::weak_ptr<TaskManager> manager_;
+    std::string taskId_;  // the id the task was admitted under
+    const OperationQueue* queue_;  // identity of the queue slot it ran in, never dereferenced
+    int priority_;
+    bool deIndexFirst_;
+};
+
 // ------------------------------------------------------------------ construction
 
 std::shared_ptr<TaskManager> TaskManager::sharedInstance() {
@@ -390,10 +444,19 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     std::string taskId;
     if (indexable) {
         taskId = indexable->taskId();
-        auto existing = taskIndexer_->indexedTask(taskId);
+        // The default index registers a free id in the same lookup that
+        // tests it; any other indexer is asked through its own operations.
+        auto* map = typeid(*taskIndexer_) == typeid(TaskMap)
+                        ? static_cast<TaskMap*>(taskIndexer_.get())
+                        : nullptr;
+        auto existing = map ? map->indexUnlessTaken(indexable, taskId)
+                            : taskIndexer_->indexedTask(taskId);
+        const bool registeredNow = map && !existing;
         const bool sameObject = existing && existing.get() == indexable.get();
         bool admitted;
-        if (sameObject) {
+        if (registeredNow) {
+            admitted = true;
+        } else if (sameObject) {
             auto waiting = waiting_.find(task.get());
             admitted = waiting != waiting_.end() && dependable && dependable->dependencies().empty();
             if (admitted) waiting_.erase(waiting);
@@ -404,7 +467,7 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
             TM_LOG(warning, kAddToQueue, "duplication of {} is found in indexer", describe(*task));
             return;
         }
-        if (!sameObject) taskIndexer_->index(indexable, taskId);
+        if (!sameObject && !registeredNow) taskIndexer_->index(indexable, taskId);
     }
 
     // 3. Waiting for other tasks: stays registered, queued by notifyCompleteTask.
@@ -433,7 +496,10 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     // above (cancelled or finished on another thread): it then completes
     // without an operation, and that completion takes it out of the index.
     OV_INTERLEAVING_POINT("TaskManager.addToQueue.beforeWrap");
-    auto operation = SafeOperation::make(task);
+    auto config = configurationOf(*task);
+    const bool deIndexFirst = config && config->deIndexBeforeCompletion();
+    auto operation = ManagedOperation::make(task, weak_from_this(), std::move(taskId), priority,
+                                            queue.get(), deIndexFirst);
     if (!operation) {
         if (task->markCancelled()) {
             TM_LOG(debug, kAddToQueue, "{} is cancelled before added to queue", describe(*task));
@@ -458,26 +524,8 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
     }
     if (queue->isSuspended() == higherEmpty) queue->setSuspended(!higherEmpty);
 
-    // 6. The operation's callback runs once, on the configuration's callback
-    // queue, when the operation has ended: it delivers the completion there
-    // (unless the task leaves the index first) and moves the bookkeeping
-    // onto the serial queue.
-    auto config = configurationOf(*task);
-    const bool deIndexFirst = config && config->deIndexBeforeCompletion();
-    operation->setCallBackClosure([weak = weak_from_this(), task, taskId = std::move(taskId),
-                                   priority, queue = queue.get(), deIndexFirst]() mutable {
-        if (!deIndexFirst) deliverCompletion(task);
-        if (auto self = weak.lock()) {
-            IntakeItem item;
-            item.kind = IntakeItem::Kind::ended;
-            item.task = std::move(task);
-            item.taskId = std::move(taskId);
-            item.queue = queue;
-            item.priority = priority;
-            item.deIndexFirst = deIndexFirst;
-            self->enqueueIntake(std::move(item));
-        }
-    });
+    // 6. The operation's callback (ManagedOperation::callBack) runs once, on
+    // the configuration's callback queue, when the operation has ended.
 
     // 7.
     TM_LOG(debug, kAddToQueue, "adding task {} existingCount:{} suspended:{}", describe(*task),
@@ -636,9 +684,13 @@ void TaskManager::deIndexFinished(const std::shared_ptr<OperationTask>& task,
     if (!indexable) return;
     std::string ownId;
     const std::string& id = knownId ? *knownId : (ownId = indexable->taskId());
-    waiting_.erase(task.get());
+    if (!waiting_.empty()) waiting_.erase(task.get());
     // Only this task's own entry: an invisible entry (canBeIndexed off) may
     // have been replaced by a newer task with the same id.
+    if (typeid(*taskIndexer_) == typeid(TaskMap)) {
+        static_cast<TaskMap*>(taskIndexer_.get())->deIndexUnlessReplaced(*indexable, id);
+        return;
+    }
     auto current = taskIndexer_->indexedTask(id);
     if (!current || current.get() == indexable) taskIndexer_->deIndex(id);
 }

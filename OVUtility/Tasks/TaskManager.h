@@ -176,6 +176,11 @@ class OV_API TaskManager : public TaskOperationExecutor,
         const OperationQueue* queue = nullptr;
         std::function<void()> closure;
     };
+    // The operation the manager wraps each task in: a SafeOperation that
+    // carries the manager's completion bookkeeping itself (no closure).
+    class ManagedOperation;
+    friend class ManagedOperation;
+
     void enqueueIntake(IntakeItem item);
     static void drainIntake(const std::weak_ptr<TaskManager>& weak);
     void operationEnded(const IntakeItem& item);

@@ -57,6 +57,23 @@ bool TaskMap::canIndex(const std::shared_ptr<TaskIndexable>& task, const std::st
     return false;
 }
 
+std::shared_ptr<TaskIndexable> TaskMap::indexUnlessTaken(const std::shared_ptr<TaskIndexable>& task,
+                                                        const std::string& taskId) {
+    if (!task) return nullptr;
+    auto [it, inserted] = map_.try_emplace(taskId, task);
+    if (inserted) return nullptr;
+    if (it->second->canBeIndexed()) return it->second;
+    it->second = task;  // an invisible entry gives way, as index() would
+    return nullptr;
+}
+
+void TaskMap::deIndexUnlessReplaced(const TaskIndexable& task, const std::string& taskId) {
+    auto it = map_.find(taskId);
+    if (it == map_.end()) return;
+    if (it->second.get() != &task && it->second->canBeIndexed()) return;
+    map_.erase(it);
+}
+
 std::vector<std::shared_ptr<TaskIndexable>> TaskMap::allIndexedTasks() const {
     std::vector<std::shared_ptr<TaskIndexable>> all;
     all.reserve(map_.size());

@@ -33,6 +33,15 @@ class OV_API TaskMap : public TaskIndexer {
     bool canIndex(const std::shared_ptr<TaskIndexable>& task, const std::string& taskId) override;
     std::vector<std::shared_ptr<TaskIndexable>> allIndexedTasks() const override;
 
+    // One hash lookup each, for the task manager's admission and completion
+    // (same results as the operations above under this class's rules):
+    // - registers `task` under `taskId` unless a visible task holds that id,
+    //   and returns that task (the index is then unchanged), else null;
+    // - removes the entry under `taskId` unless another visible task holds it.
+    std::shared_ptr<TaskIndexable> indexUnlessTaken(const std::shared_ptr<TaskIndexable>& task,
+                                                    const std::string& taskId);
+    void deIndexUnlessReplaced(const TaskIndexable& task, const std::string& taskId);
+
     const std::unordered_map<std::string, std::shared_ptr<TaskIndexable>>& map() const {
         return map_;
     }

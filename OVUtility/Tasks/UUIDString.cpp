@@ -18,7 +18,7 @@ constexpr std::size_t kUUIDLength = 36;
 // fixed cost of several thousand instructions) and handed out 16 at a time
 // from a per-thread buffer; every byte is used once.
 struct RandomPool {
-    static constexpr std::size_t kBatch = 64 * 16;
+    static constexpr std::size_t kBatch = 256 * 16;
     std::array<std::uint8_t, kBatch> bytes{};
     std::size_t used = kBatch;
 
