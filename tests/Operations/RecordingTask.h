@@ -14,28 +14,9 @@
 #include "OVUtility/Platform/OperationQueue.h"
 #include "OVUtility/Tasks/OperationTask.h"
 #include "OVUtility/Tasks/TaskConfigurable.h"
+#include "support/EventLog.h"
 
 namespace ovtest {
-
-class EventLog {
-  public:
-    void add(std::string event) {
-        std::lock_guard lock(m_);
-        events_.push_back(std::move(event));
-    }
-    std::vector<std::string> take() {
-        std::lock_guard lock(m_);
-        return std::exchange(events_, {});
-    }
-    std::vector<std::string> snapshot() {
-        std::lock_guard lock(m_);
-        return events_;
-    }
-
-  private:
-    std::mutex m_;
-    std::vector<std::string> events_;
-};
 
 class RecordingTask : public ov::OperationTask, public ov::TaskConfigurable {
   public:

@@ -290,7 +290,7 @@ TEST(SafeOperationTest, ExpirationCancelsARunningOperationAfterItsInterval) {
     EXPECT_TRUE(f.op->isInState(OperationStateCanceled{}));
     queue->waitUntilAllOperationsAreFinished();
     EXPECT_EQ(capture->countStartingWith("Operation canceled "), 1u);
-    auto events = f.log->snapshot();
+    auto events = f.log->events();
     EXPECT_EQ(std::count(events.begin(), events.end(), "did:isFinished"), 1);
 }
 
@@ -446,7 +446,7 @@ TEST(SafeOperationTest, CancelledWhileQueuedItIsStartedAndLeavesTheQueueFinished
     // task's didChange hook and the callback follow on the operation's thread.
     ASSERT_TRUE(ovtest::eventually([&] {
         for (auto& f : fixtures) {
-            if (f->callbacks.load() != 1 || f->log->snapshot().size() != 8) return false;
+            if (f->callbacks.load() != 1 || f->log->events().size() != 8) return false;
         }
         return true;
     }));

@@ -1,5 +1,5 @@
 // Helpers for the end-to-end task tests: a gate that holds a task's work
-// until the test opens it, a thread-safe event log, task factories bound to
+// until the test opens it, the shared event log, task factories bound to
 // a given manager, and waits on the manager's state (all with deadlines).
 #pragma once
 
@@ -16,41 +16,10 @@
 #include "OVUtility/Tasks/StandardTask.h"
 #include "OVUtility/Tasks/TaskManager.h"
 #include "support/Eventually.h"
+#include "support/EventLog.h"
 #include "support/Gate.h"
 
 namespace ovtest {
-
-// Events in the order they happened, from any thread. Copies share one
-// record, so task closures capture a copy and may outlive the test's log.
-class EventLog {
-  public:
-    void add(std::string event) const {
-        std::lock_guard lock(state_->mutex);
-        state_->events.push_back(std::move(event));
-    }
-    std::vector<std::string> events() const {
-        std::lock_guard lock(state_->mutex);
-        return state_->events;
-    }
-    bool contains(const std::string& event) const {
-        std::lock_guard lock(state_->mutex);
-        return std::find(state_->events.begin(), state_->events.end(), event) !=
-               state_->events.end();
-    }
-    // Position of an event, or -1.
-    int indexOf(const std::string& event) const {
-        std::lock_guard lock(state_->mutex);
-        auto it = std::find(state_->events.begin(), state_->events.end(), event);
-        return it == state_->events.end() ? -1 : static_cast<int>(it - state_->events.begin());
-    }
-
-  private:
-    struct State {
-        std::mutex mutex;
-        std::vector<std::string> events;
-    };
-    std::shared_ptr<State> state_ = std::make_shared<State>();
-};
 
 inline std::shared_ptr<ov::TaskResult> succeeded() {
     return std::make_shared<ov::GeneralTaskResult>(true, std::nullopt);
