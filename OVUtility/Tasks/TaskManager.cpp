@@ -169,7 +169,8 @@ class TaskManager::ManagedOperation final : public SafeOperation {
     ManagedOperation(std::shared_ptr<OperationTask> task, std::weak_ptr<TaskManager> manager,
                      std::string taskId, int priority, const OperationQueue* queue,
                      bool deIndexFirst)
-        : SafeOperation(std::move(task)),
+        : SafeOperation(task),
+          admitted_(std::move(task)),
           manager_(std::move(manager)),
           taskId_(std::move(taskId)),
           queue_(queue),
@@ -189,8 +190,10 @@ class TaskManager::ManagedOperation final : public SafeOperation {
   private:
     void callBack(CallBackClosure& closure) override {
         SafeOperation::callBack(closure);
-        auto task = this->task();
-        if (!task) return;
+        // The task admitted, even if someone replaced the operation's task
+        // since: its queue slot and index entry are the ones to release.
+        auto task = std::move(admitted_);
+        if (!task) return;  // called once; nothing left to do on a second call
         if (!deIndexFirst_) ov::deliverCompletion(task);
         if (auto manager = manager_.lock()) {
             IntakeItem item;
@@ -204,6 +207,7 @@ class TaskManager::ManagedOperation final : public SafeOperation {
         }
     }
 
+    std::shared_ptr<OperationTask> admitted_;
     std::weak_ptr<TaskManager> manager_;
     std::string taskId_;  // the id the task was admitted under
     const OperationQueue* queue_;  // identity of the queue slot it ran in, never dereferenced
