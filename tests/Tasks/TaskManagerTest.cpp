@@ -643,6 +643,8 @@ TEST_F(TaskManagerTest, SerializeWithoutWaitingRunsLaterInSubmissionOrder) {
     ASSERT_TRUE(eventually([&] { return seen.load() >= 0; }));
     EXPECT_EQ(seen.load(), 1);
     hold.open();
+    // `hold` lives on this stack: the task may only start waiting on it now.
+    ASSERT_TRUE(eventually([&] { return log.contains("a done"); }));
 }
 
 // Every way a task can meet its end around admission, each ending it exactly
