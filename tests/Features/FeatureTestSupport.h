@@ -38,30 +38,21 @@ class TemporaryBundle {
     std::filesystem::path path_;
 };
 
-// Counts change notifications whose object is one feature.
+// Counts change notifications whose object is one feature; keeps the last.
 class ChangeRecorder {
   public:
     explicit ChangeRecorder(const std::shared_ptr<ov::ProductFeature>& feature)
-        : center_(ov::NotificationCenter::defaultCenter()) {
-        token_ = center_->addObserver(ov::ProductFeature::featureDidChangeNotificationName,
+        : center_(ov::NotificationCenter::defaultCenter()),
+          token_(center_->addObserver(ov::ProductFeature::featureDidChangeNotificationName,
                                       ov::AnyObject(feature), nullptr,
-                                      [this](const ov::Notification& n) {
-                                          ++count_;
-                                          lastObject_ = n.object.as<ov::ProductFeature>();
-                                          lastUserInfoNull_ = n.userInfo.is_null();
-                                      });
-    }
+                                      [this](const ov::Notification& n) { ++count, last = n; })) {}
     ~ChangeRecorder() { center_->removeObserver(token_); }
-    int count() const { return count_; }
-    std::shared_ptr<ov::ProductFeature> lastObject() const { return lastObject_; }
-    bool lastUserInfoNull() const { return lastUserInfoNull_; }
+    int count = 0;
+    ov::Notification last;
 
   private:
     std::shared_ptr<ov::NotificationCenter> center_;
     ov::NotificationCenter::Token token_;
-    int count_ = 0;
-    std::shared_ptr<ov::ProductFeature> lastObject_;
-    bool lastUserInfoNull_ = false;
 };
 
 }  // namespace ovtest
