@@ -45,18 +45,6 @@ TEST(NotificationCenterAdditionsTest, ObserveRunsAtOnceOnlyWhenIdempotent) {
     center->removeObserver(t2);
 }
 
-TEST(NotificationDisposableTest, RunAndObserveLivesAsLongAsTheDisposable) {
-    auto center = NotificationCenter::make();
-    int runs = 0;
-    auto disposable = ov::runAndObserve(center, "n", nullptr, [&] { ++runs; });
-    EXPECT_EQ(runs, 1);
-    center->post("n");
-    center->post("other");
-    EXPECT_EQ(runs, 2);
-    disposable.reset();
-    EXPECT_EQ(center->registrationCount(), 0u);
-}
-
 struct Owner : ov::DisposableSlot {};
 
 TEST(NotificationDisposableTest, OneDisposablePerOwnerAndItEndsWithTheOwner) {
