@@ -76,7 +76,6 @@ TEST(ProductFeatureTest, AccessorsUseTheirIdentifiers) {
         ov::Bundle::make(ovtest::dataDirectory() / "SampleBundle"));
     ov::ProductFeatureController::updateProductFeatures(ov::ProductFeatureSet::develop);
     EXPECT_EQ(ProductFeature::limitSLLeadInAudioMessages()->featureID(), "IOS-11718");
-    EXPECT_EQ(ProductFeature::product("IOS-10887"), ProductFeature::premiumBrowseRefactor());
 
     // Every accessor names its own feature.
     std::set<std::string> identifiers;
