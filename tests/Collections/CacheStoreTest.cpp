@@ -20,8 +20,7 @@ const std::string kWarning(ov::MemoryPressureMonitor::didReceiveMemoryWarningNot
 
 TEST(CacheStoreData, AccessCountingProtectsTheContent) {
     Box box("payload");
-    EXPECT_TRUE(box.beginContentAccess());
-    EXPECT_TRUE(box.beginContentAccess());
+    EXPECT_TRUE(box.beginContentAccess() && box.beginContentAccess());
     box.endContentAccess();
     box.discardContentIfPossible();
     EXPECT_EQ(box.data(), "payload");  // one access still open
@@ -86,21 +85,24 @@ TEST(ObjectCache, HonoursOpenContentAccess) {
     EXPECT_EQ(cache->count(), 0u);
 }
 
+// Only a rise of "high", "max" or "oom" is pressure; reclaim below "low" is not.
 TEST(MemoryPressureMonitor, ParsesCgroupMemoryEvents) {
-    auto events = ov::MemoryPressureMonitor::parseMemoryEvents(
-        "low 0\nhigh 12\nmax 3\noom 1\noom_kill 1\noom_group_kill 0\n");
+    using Monitor = ov::MemoryPressureMonitor;
+    auto events =
+        Monitor::parseMemoryEvents("low 0\nhigh 12\nmax 3\noom 1\noom_kill 1\noom_group_kill 0\n");
     ASSERT_TRUE(events);
-    EXPECT_EQ(events->high, 12u);
-    EXPECT_EQ(events->max, 3u);
-    EXPECT_EQ(events->oomKill, 1u);
-    EXPECT_FALSE(ov::MemoryPressureMonitor::parseMemoryEvents(""));
-    EXPECT_FALSE(ov::MemoryPressureMonitor::parseMemoryEvents("garbage here"));
+    EXPECT_EQ(std::tuple(events->high, events->max, events->oomKill), std::tuple(12u, 3u, 1u));
+    EXPECT_FALSE(Monitor::parseMemoryEvents(""));
+    EXPECT_FALSE(Monitor::parseMemoryEvents("garbage here"));
     auto later = *events;
-    EXPECT_FALSE(ov::MemoryPressureMonitor::isPressure(*events, later));
-    later.low += 5;  // reclaim below "low" is not a limit being hit
-    EXPECT_FALSE(ov::MemoryPressureMonitor::isPressure(*events, later));
-    later.high += 1;
-    EXPECT_TRUE(ov::MemoryPressureMonitor::isPressure(*events, later));
+    later.low += 5;
+    EXPECT_FALSE(Monitor::isPressure(*events, later));
+    for (auto field : {&Monitor::MemoryEvents::high, &Monitor::MemoryEvents::max,
+                       &Monitor::MemoryEvents::oom}) {
+        auto raised = later;
+        raised.*field += 1;
+        EXPECT_TRUE(Monitor::isPressure(*events, raised));
+    }
 }
 
 TEST(MemoryPressureMonitor, WarningPurgesCachesThenPostsTheNotification) {
@@ -109,6 +111,8 @@ TEST(MemoryPressureMonitor, WarningPurgesCachesThenPostsTheNotification) {
     std::atomic<bool> cacheEmptyWhenPosted{false};
     auto cache = ov::ObjectCache<std::string, int>::make();
     cache->setObject(std::make_shared<int>(1), "k");
+    auto store = ov::CacheStore<int, std::string>::make();  // listens to the monitor by default
+    store->set(1, "one");
     auto token = center->addObserver(kWarning, nullptr, nullptr, [&](const ov::Notification&) {
         cacheEmptyWhenPosted = cache->count() == 0;
         posts++;
@@ -119,6 +123,7 @@ TEST(MemoryPressureMonitor, WarningPurgesCachesThenPostsTheNotification) {
     ov::MemoryPressureMonitor::simulateMemoryWarning();
     EXPECT_EQ(posts.load(), 1);
     EXPECT_TRUE(cacheEmptyWhenPosted.load());
+    EXPECT_EQ(store->get(1), std::nullopt);
 
     // Started (where the kernel offers a signal): delivered by its thread.
     const auto source = ov::MemoryPressureMonitor::start();
@@ -151,21 +156,16 @@ TEST(MemoryPressureMonitor, ArmsPressureStallTriggerWhereAvailable) {
 TEST(CacheStore, StoresRemovesAndEmptiesOnMemoryWarning) {
     auto center = ov::NotificationCenter::make();
     auto store = ov::CacheStore<std::string, int>::make(nullptr, center);
-    store->set("a", 1);
-    store->set("b", 2);
-    EXPECT_EQ(store->get("a"), 1);
+    for (auto [key, value] : {std::pair{"a", 1}, {"b", 2}, {"c", 3}}) store->set(key, value);
     store->set("a", std::nullopt);
     EXPECT_EQ((*store)["a"], std::nullopt);
     EXPECT_EQ(store->get("b"), 2);
-
+    // A box discarded behind the store's back reads as none.
+    store->cache()->objectForKey("c")->discardContentIfPossible();
+    EXPECT_EQ(store->get("c"), std::nullopt);
     center->post(kWarning);
     EXPECT_EQ(store->get("b"), std::nullopt);
     EXPECT_EQ(store->cache()->count(), 0u);
-
-    // A box discarded behind the store's back reads as none.
-    store->set("c", 3);
-    store->cache()->objectForKey("c")->discardContentIfPossible();
-    EXPECT_EQ(store->get("c"), std::nullopt);
 
     // The registration ends with the store; the cache it used is emptied.
     store->set("d", 4);
@@ -175,14 +175,6 @@ TEST(CacheStore, StoresRemovesAndEmptiesOnMemoryWarning) {
     EXPECT_EQ(center->registrationCount(), registrations - 1);
     EXPECT_EQ(cache->count(), 0u);
     center->post(kWarning);  // nothing left to call
-}
-
-TEST(CacheStore, DefaultStoreListensToTheMonitor) {
-    auto store = ov::CacheStore<int, std::string>::make();
-    store->set(1, "one");
-    EXPECT_EQ(store->get(1), "one");
-    ov::MemoryPressureMonitor::simulateMemoryWarning();
-    EXPECT_EQ(store->get(1), std::nullopt);
 }
 
 // Values are written under the key they belong to: a read of another key's

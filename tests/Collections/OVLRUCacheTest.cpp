@@ -12,30 +12,28 @@
 namespace {
 
 using Cache = ov::OVLRUCache<std::string, int>;
-using Keys = std::vector<std::string>;
 
 std::shared_ptr<int> obj(int v) {
     return std::make_shared<int>(v);
 }
 
 TEST(OVLRUCache, EqualityCountsRecencyOrderAndComparesObjectsByValue) {
-    auto a = Cache::make(3);
-    auto b = Cache::make(3);
-    a->setObject(obj(1), "x");
-    a->setObject(obj(2), "y");
-    b->setObject(obj(2), "y");
-    b->setObject(obj(1), "x");
+    auto fill = [](std::size_t size, std::initializer_list<std::pair<const char*, int>> entries) {
+        auto cache = Cache::make(size);
+        for (auto [key, value] : entries) cache->setObject(obj(value), key);
+        return cache;
+    };
+    auto a = fill(3, {{"x", 1}, {"y", 2}});
+    auto b = fill(3, {{"y", 2}, {"x", 1}});
+    auto c = fill(4, {{"x", 1}, {"y", 2}});
     EXPECT_FALSE(a->isEqual(b));  // same entries, other order
     b->promoteKey("y");
     EXPECT_TRUE(a->isEqual(b));  // distinct but equal objects
     EXPECT_TRUE(*a == *b);
+    EXPECT_FALSE(a->isEqual(c));  // sizes differ
+    EXPECT_FALSE(a->isEqual(nullptr));
     b->setObject(obj(99), "y");
     EXPECT_FALSE(a->isEqual(b));
-    EXPECT_FALSE(a->isEqual(nullptr));
-    auto c = Cache::make(4);
-    c->setObject(obj(1), "x");
-    c->setObject(obj(2), "y");
-    EXPECT_FALSE(a->isEqual(c));  // sizes differ
 }
 
 TEST(OVLRUCache, CodingRoundTripsAndRefusesBadInput) {
@@ -44,9 +42,8 @@ TEST(OVLRUCache, CodingRoundTripsAndRefusesBadInput) {
     cache->setObject(obj(2), "b");
     cache->objectForKey("a");
     nlohmann::json coded = cache->encodeWithCoder();
-    EXPECT_EQ(coded["size"], 3);
-    EXPECT_EQ(coded["sortedKeys"], nlohmann::json::parse(R"(["a","b"])"));
-    EXPECT_EQ(coded["internalList"], nlohmann::json::parse(R"({"a":1,"b":2})"));
+    EXPECT_EQ(coded, nlohmann::json::parse(
+                         R"({"size":3,"sortedKeys":["a","b"],"internalList":{"a":1,"b":2}})"));
     auto decoded = Cache::initWithCoder(coded);
     ASSERT_TRUE(decoded);
     EXPECT_TRUE(decoded->isEqual(cache));
@@ -87,58 +84,46 @@ TEST(OVLRUCache, MatchesReferenceModelOnRandomOperations) {
         auto cache = Cache::make(size);
         std::vector<std::pair<std::string, int>> model;
         auto find = [&](const std::string& k) {
-            return std::find_if(model.begin(), model.end(),
-                                [&](const auto& e) { return e.first == k; });
+            return std::find_if(model.begin(), model.end(), [&](auto& e) { return e.first == k; });
         };
+        auto toFront = [&](auto it) { std::rotate(model.begin(), it, it + 1); };
         for (int step = 0; step < 400; ++step) {
             const std::string key(1, static_cast<char>('a' + rng() % 8));
             const int value = static_cast<int>(rng() % 1000);
+            const auto it = find(key);
             switch (rng() % 5) {
                 case 0:
-                case 1: {
+                case 1:
                     if (value % 10 == 0) {
                         cache->setObject(nullptr, key);
                         break;
                     }
                     cache->setObject(obj(value), key);
-                    if (auto it = find(key); it != model.end()) model.erase(it);
+                    if (it != model.end()) model.erase(it);
                     model.insert(model.begin(), {key, value});
                     if (model.size() > size) model.pop_back();
                     break;
-                }
                 case 2: {
                     auto got = cache->objectForKey(key);
-                    auto it = find(key);
-                    if (it == model.end()) {
-                        ASSERT_EQ(got, nullptr);
-                    } else {
-                        ASSERT_TRUE(got);
-                        ASSERT_EQ(*got, it->second);
-                        auto entry = *it;
-                        model.erase(it);
-                        model.insert(model.begin(), entry);
-                    }
+                    ASSERT_EQ(got ? std::optional(*got) : std::nullopt,
+                              it == model.end() ? std::nullopt : std::optional(it->second));
+                    if (it != model.end()) toFront(it);
                     break;
                 }
                 case 3:
                     cache->removeObjectForKey(key);
-                    if (auto it = find(key); it != model.end()) model.erase(it);
+                    if (it != model.end()) model.erase(it);
                     break;
-                case 4:
+                default:
                     if (rng() % 2) {
                         cache->evictLeastRecentObject();
                         if (!model.empty()) model.pop_back();
                     } else {
                         cache->promoteKey(key);
-                        if (auto it = find(key); it != model.end()) {
-                            auto entry = *it;
-                            model.erase(it);
-                            model.insert(model.begin(), entry);
-                        }
+                        if (it != model.end()) toFront(it);
                     }
-                    break;
             }
-            Keys expected;
+            std::vector<std::string> expected;
             for (const auto& e : model) expected.push_back(e.first);
             ASSERT_EQ(cache->keys(), expected) << "round " << round << " step " << step;
             auto map = cache->map();

@@ -27,38 +27,56 @@ Strings drain(Queue& q) {
     return out;
 }
 
+// Anything but mode 1 is oldest-first; priorities compare unsigned; an empty
+// object is ignored; nodes keep the mode they were made with.
 TEST(OVPriorityQueue, TieBreakModesDefaultPriorityAndNodeModes) {
-    const std::pair<std::int64_t, Strings> cases[] = {
-        {0, {"urgent", "x", "y", "z", "default", "huge"}},
-        {1, {"urgent", "z", "y", "x", "default", "huge"}},
-        {7, {"urgent", "x", "y", "z", "default", "huge"}},  // anything but 1 is oldest-first
-    };
-    for (const auto& [mode, expected] : cases) {
+    for (std::int64_t mode : {0, 1, 7}) {
         auto q = Queue::queueWithTieBreakerMode(mode);
         for (auto s : {"x", "y", "z"}) q->add(obj(s), 3);
         q->add(obj("default"));
         q->add(obj("urgent"), 0);
-        q->add(obj("huge"), 0xFFFFFFFFFFFFFFFFull);  // unsigned ordering
-        q->add(nullptr, 1);                          // ignored
-        EXPECT_EQ(drain(*q), expected) << "mode " << mode;
-        EXPECT_EQ(q->poll(), nullptr);
+        q->add(obj("huge"), 0xFFFFFFFFFFFFFFFFull);
+        q->add(nullptr, 1);
+        const Strings newestFirst{"urgent", "z", "y", "x", "default", "huge"};
+        const Strings oldestFirst{"urgent", "x", "y", "z", "default", "huge"};
+        EXPECT_EQ(drain(*q), mode == 1 ? newestFirst : oldestFirst);
         EXPECT_EQ(q->count(), 0u);
-    }
-    // Nodes keep the mode they were made with: the older node decides here.
-    for (std::int64_t first : {0, 1}) {
-        auto q = Queue::queueWithTieBreakerMode(first);
         q->add(obj("old"), 5);
-        q->setTieBreakerMode(1 - first);
-        q->add(obj("new"), 5);
-        const Strings expected = first == 0 ? Strings{"old", "new"} : Strings{"new", "old"};
-        EXPECT_EQ(drain(*q), expected);
+        q->setTieBreakerMode(mode == 1 ? 0 : 1);
+        q->add(obj("new"), 5);  // the older node decides
+        EXPECT_EQ(drain(*q), mode == 1 ? (Strings{"new", "old"}) : (Strings{"old", "new"}));
     }
 }
 
-TEST(OVPriorityQueue, NodeComparisonsDescriptionAndClock) {
-    // Orders of distinct nodes are covered by the model test below; equal
-    // priority and time, or no other node, compare neither way.
-    const ov::Date t(100);
+// Exact heap arrays (objects named a..h, priority after the name): on the way
+// up only a strictly smaller parent stops a node, equal priorities fall back
+// to age (oldest first in mode 0, newest in mode 1), bubbling down tries the
+// left child first, and removal at a position swaps in the last node.
+TEST(OVPriorityQueue, ExactHeapLayoutAfterAddPollAndRemoveAtIndex) {
+    const struct {
+        std::int64_t mode;
+        const char *added, *polled, *removed;
+    } rows[] = {{0, "dbgaefch", "gbhaefc", "gehacf"}, {1, "degabfch", "gehabfc", "gbhacf"}};
+    for (const auto& row : rows) {
+        auto q = Queue::queueWithTieBreakerMode(row.mode);
+        auto layout = [&] {
+            std::string names;
+            for (const auto& node : q->heap()) names += *node.object();
+            return names;
+        };
+        for (auto [name, p] : {std::pair{"a", 5}, {"b", 3}, {"c", 8}, {"d", 1}, {"e", 3}, {"f", 9},
+                               {"g", 2}, {"h", 7}})
+            q->add(obj(name), p);
+        EXPECT_EQ(layout(), row.added) << row.mode;
+        EXPECT_EQ(*q->poll(), "d");
+        EXPECT_EQ(layout(), row.polled) << row.mode;
+        q->removeObjectAtIndex(1);
+        EXPECT_EQ(layout(), row.removed) << row.mode;
+    }
+}
+
+TEST(OVPriorityQueue, NodeComparisonsDescriptionClockAndIndexArithmetic) {
+    const ov::Date t(100);  // equal priority and time, or no other node: neither way
     for (std::int64_t mode : {0, 1}) {
         Node a(obj("a"), 5, t, mode), same(obj("s"), 5, t, mode);
         EXPECT_FALSE(a.isSmallerThanNode(&same) || a.isLargerThanNode(&same));
@@ -66,7 +84,6 @@ TEST(OVPriorityQueue, NodeComparisonsDescriptionAndClock) {
     }
     EXPECT_EQ(Node::nodeWithObject(obj("job"), 5, 0).description(), "job [5]");
     EXPECT_EQ(Node(nullptr, 2, t, 0).description(), "(null) [2]");
-
     // Creation dates are strictly increasing even within one clock tick.
     ov::Date previous = Node::nodeWithObject(obj("p"), 0, 0).createdAt();
     for (int i = 0; i < 10000; ++i) {
@@ -74,23 +91,15 @@ TEST(OVPriorityQueue, NodeComparisonsDescriptionAndClock) {
         ASSERT_LT(previous, next);
         previous = next;
     }
-}
 
-TEST(OVPriorityQueue, IndexArithmeticKeepsSinglePrecisionParent) {
-    auto q = Queue::make();
     // 33554435 is not representable in single precision: it rounds to
     // 33554436, so the parent is 16777218 rather than the exact 16777217.
+    auto q = Queue::make();
     const std::pair<std::int64_t, std::int64_t> parents[] = {
-        {0, -1},
-        {1, 0},
-        {2, 0},
-        {6, 2},
-        {16777219, 8388609},
-        {33554436, 16777218},
+        {0, -1}, {1, 0}, {2, 0}, {6, 2}, {16777219, 8388609}, {33554436, 16777218},
         {std::int64_t{1} << 40, 2147483647},  // saturates
     };
     for (auto [i, parent] : parents) EXPECT_EQ(q->parentIndexForNodeAtIndex(i), parent) << i;
-
     // Children beyond the last position are -1; an empty heap never refuses.
     EXPECT_EQ(q->leftChildIndexForNodeAtIndex(0), 1);
     for (auto s : {"a", "b", "c"}) q->add(obj(s), 1);
@@ -98,7 +107,9 @@ TEST(OVPriorityQueue, IndexArithmeticKeepsSinglePrecisionParent) {
     EXPECT_EQ(q->leftChildIndexForNodeAtIndex(1), -1);
 }
 
-TEST(OVPriorityQueue, IdentitySearchLeftChildTieAndRefusedPositions) {
+// Identity, not equality, finds an object; out-of-range positions are refused
+// with a log line.
+TEST(OVPriorityQueue, IdentitySearchAndRefusedPositions) {
     auto q = Queue::make();
     auto thrice = obj("same");
     auto twin = obj("same");  // equal text, other object
@@ -110,22 +121,13 @@ TEST(OVPriorityQueue, IdentitySearchLeftChildTieAndRefusedPositions) {
     EXPECT_EQ(q->count(), 1u);
     EXPECT_TRUE(q->containsObject(twin));
 
-    // Equal children: bubble-down prefers the left one.
-    auto left = obj("left"), right = obj("right");
-    auto rq = Queue::make();
-    rq->add(obj("root"), 0);
-    rq->add(left, 5);
-    rq->add(right, 5);
-    rq->poll();
-    EXPECT_EQ(rq->peek(), left);
-
     auto capture = ovlog::CaptureSink::attach();
-    EXPECT_EQ(rq->itemAtIndex(5), nullptr);
-    EXPECT_EQ(rq->itemAtIndex(-1), nullptr);
-    rq->removeObjectAtIndex(7);
-    EXPECT_EQ(rq->count(), 2u);
+    EXPECT_EQ(q->itemAtIndex(1), nullptr);
+    EXPECT_EQ(q->itemAtIndex(-1), nullptr);
+    q->removeObjectAtIndex(7);
+    EXPECT_EQ(q->count(), 1u);
     EXPECT_EQ(capture->messages("Collections").size(), 3u);
-    EXPECT_EQ(rq->itemAtIndex(1), right);
+    EXPECT_EQ(q->itemAtIndex(0), twin);
 }
 
 struct ModelEntry {

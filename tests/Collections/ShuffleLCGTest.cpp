@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(ShuffleLCG, GeneratorReferenceOutputs) {
+TEST(ShuffleLCG, GeneratorAndPermutationReferenceOutputs) {
     ov::ShuffleLCG lcg(1);
     std::vector<std::uint32_t> outputs;
     for (int i = 0; i < 8; ++i) outputs.push_back(lcg.next());
@@ -18,29 +18,6 @@ TEST(ShuffleLCG, GeneratorReferenceOutputs) {
     ov::ShuffleLCG high(0xFFFFFFFFu);
     high.next();
     EXPECT_EQ(high.seed(), (0xFFFFFFFFu * 214013u + 2531011u) & 0x7FFFFFFFu);
-}
-
-TEST(ShuffleLCG, ReferencePermutationsAndSeedReplay) {
-    ov::ShuffleLCG lcg(1);
-    std::vector<int> a{0, 1, 2, 3, 4};
-    lcg.shuffle(a);
-    EXPECT_EQ(a, (std::vector<int>{2, 0, 4, 3, 1}));
-    EXPECT_EQ(lcg.currentSeed(), 1u);
-    EXPECT_EQ(lcg.seed(), 1736732949u);
-
-    // The running state continues; currentSeed reports where this one began.
-    std::vector<int> b{0, 1, 2, 3, 4};
-    lcg.shuffle(b);
-    EXPECT_EQ(b, (std::vector<int>{1, 2, 3, 0, 4}));
-    EXPECT_EQ(lcg.currentSeed(), 1736732949u);
-
-    // Replaying a remembered currentSeed rebuilds the same order.
-    const std::uint32_t remembered = lcg.currentSeed();
-    lcg.shuffle(a);
-    lcg.setInitialSeed(remembered);
-    std::vector<int> d{0, 1, 2, 3, 4};
-    lcg.shuffle(d);
-    EXPECT_EQ(d, b);
 
     ov::ShuffleLCG other(12345);
     std::vector<long> ten(10);
@@ -49,18 +26,34 @@ TEST(ShuffleLCG, ReferencePermutationsAndSeedReplay) {
     EXPECT_EQ(ten, (std::vector<long>{6, 9, 7, 1, 0, 2, 5, 8, 3, 4}));
 }
 
-TEST(ShuffleLCG, ShortArraysStillRecordTheSeed) {
-    ov::ShuffleLCG lcg(7);
-    lcg.next();
-    const std::uint32_t running = lcg.seed();
-    std::vector<int> empty;
-    lcg.shuffle(empty);
-    EXPECT_EQ(lcg.currentSeed(), running);
-    std::vector<int> one{42};
-    lcg.shuffle(one);
-    EXPECT_EQ(one, std::vector<int>{42});
-    EXPECT_EQ(lcg.seed(), running);  // no generator step was taken
+// The running state continues from shuffle to shuffle; currentSeed reports
+// where the last one began, and replaying it rebuilds the same order.
+TEST(ShuffleLCG, SeedsAreRecordedAndReplay) {
+    ov::ShuffleLCG lcg(1);
+    const std::vector<int> five{0, 1, 2, 3, 4};
+    auto a = five, b = five, replayed = five;
+    lcg.shuffle(a);
+    EXPECT_EQ(a, (std::vector<int>{2, 0, 4, 3, 1}));
+    EXPECT_EQ(lcg.currentSeed(), 1u);
+    EXPECT_EQ(lcg.seed(), 1736732949u);
+    lcg.shuffle(b);
+    EXPECT_EQ(b, (std::vector<int>{1, 2, 3, 0, 4}));
+    EXPECT_EQ(lcg.currentSeed(), 1736732949u);
+    lcg.shuffle(a);
+    lcg.setInitialSeed(1736732949u);
+    lcg.shuffle(replayed);
+    EXPECT_EQ(replayed, b);
 
+    // Arrays too short to shuffle still record the seed but take no step.
+    for (std::vector<int> shortOne : {std::vector<int>{}, std::vector<int>{42}}) {
+        const std::uint32_t running = lcg.seed();
+        auto copy = shortOne;
+        lcg.shuffle(copy);
+        EXPECT_EQ(copy, shortOne);
+        EXPECT_EQ(lcg.currentSeed(), running);
+        EXPECT_EQ(lcg.seed(), running);
+        lcg.next();
+    }
     // A large shuffle is still a permutation.
     std::vector<int> sorted(50000);
     std::iota(sorted.begin(), sorted.end(), 0);

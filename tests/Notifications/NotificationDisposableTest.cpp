@@ -18,58 +18,31 @@ using ov::NotificationCenter;
 static_assert(!std::is_default_constructible_v<ov::NotificationDisposable>,
               "disposables come only from runAndObserve");
 
+// Idempotent blocks run at once on the calling thread, then on events on the
+// requested queue; onlyOnEvent blocks wait for a post; no block runs nothing.
 TEST(NotificationCenterAdditionsTest, ObserveRunsAtOnceOnlyWhenIdempotent) {
-    auto center = NotificationCenter::make();
-    int onEvent = 0;
-    int idempotent = 0;
-    auto t1 =
-        ov::observe(center, "n", nullptr, nullptr, EventMode::onlyOnEvent, [&] { ++onEvent; });
-    auto t2 =
-        ov::observe(center, "n", nullptr, nullptr, EventMode::idempotent, [&] { ++idempotent; });
-    EXPECT_EQ(onEvent, 0);
-    EXPECT_EQ(idempotent, 1);
-    center->post("n");
-    EXPECT_EQ(onEvent, 1);
-    EXPECT_EQ(idempotent, 2);
-
-    // No block: registers, runs nothing, posts are harmless.
-    ov::observe(center, "n", nullptr, nullptr, EventMode::idempotent, nullptr);
-    EXPECT_EQ(center->registrationCount(), 3u);
-    center->post("n");
-}
-
-TEST(NotificationCenterAdditionsTest, ImmediateRunIsOnTheCallingThreadEventsOnTheQueue) {
     auto center = NotificationCenter::make();
     auto queue = ov::DispatchQueue::make("test.additions");
     const auto caller = std::this_thread::get_id();
-    std::atomic<int> runs{0};
-    std::atomic<int> onCaller{0};
+    std::atomic<int> onEvent{0}, runs{0}, onCaller{0};
     auto sender = std::make_shared<int>(0);
-    auto token = ov::observe(center, "n", ov::AnyObject(sender), queue, EventMode::idempotent, [&] {
+    auto t1 = ov::observe(center, "n", nullptr, nullptr, EventMode::onlyOnEvent, [&] { ++onEvent; });
+    auto t2 = ov::observe(center, "n", ov::AnyObject(sender), queue, EventMode::idempotent, [&] {
         if (std::this_thread::get_id() == caller) ++onCaller;
         ++runs;
     });
+    ov::observe(center, "n", nullptr, nullptr, EventMode::idempotent, nullptr);
+    EXPECT_EQ(center->registrationCount(), 3u);
+    EXPECT_EQ(onEvent.load(), 0);
     EXPECT_EQ(runs.load(), 1);
     EXPECT_EQ(onCaller.load(), 1);
-    center->post("n");  // wrong sender
+    center->post("n");  // not from the sender: only the unfiltered observer runs
+    EXPECT_EQ(onEvent.load(), 1);
     center->post("n", ov::AnyObject(sender));
     ASSERT_TRUE(ovtest::eventually([&] { return runs.load() == 2; }));
     EXPECT_EQ(onCaller.load(), 1);
-    center->removeObserver(token);
-}
-
-TEST(NotificationDisposableTest, RunAndObserveLivesAsLongAsTheDisposable) {
-    auto center = NotificationCenter::make();
-    int runs = 0;
-    auto disposable = ov::runAndObserve(center, "n", nullptr, [&] { ++runs; });
-    EXPECT_EQ(runs, 1);
-    center->post("n");
-    center->post("other");
-    EXPECT_EQ(runs, 2);
-    disposable.reset();
-    EXPECT_EQ(center->registrationCount(), 0u);
-    center->post("n");
-    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(onEvent.load(), 2);
+    center->removeObserver(t2);
 }
 
 struct Owner : ov::DisposableSlot {};
@@ -116,10 +89,10 @@ TEST(NotificationDisposableTest, OwnerCapturedWeaklyEndsTheRegistration) {
     };
     auto center = NotificationCenter::make();
     auto view = std::make_shared<View>();
+    std::weak_ptr<View> weak = view;
     view->start(center);
     center->post("theme");
     EXPECT_EQ(view->restyled.load(), 2);
-    std::weak_ptr<View> weak = view;
     view.reset();
     EXPECT_TRUE(weak.expired());  // no cycle through the centre
     EXPECT_EQ(center->registrationCount(), 0u);
