@@ -392,7 +392,8 @@ void SafeOperation::deliverCompletion() {
     if (!closure && !ownsCallBack_) return;
     auto self = std::static_pointer_cast<SafeOperation>(weak_from_this().lock());
     if (queue && self) {
-        queue->addOperation(std::make_shared<CallBackOperation>(std::move(self), std::move(closure)));
+        queue->addOperation(
+            std::make_shared<CallBackOperation>(std::move(self), std::move(closure)));
     } else {
         callBack(closure);
     }

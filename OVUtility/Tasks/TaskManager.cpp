@@ -209,7 +209,7 @@ class TaskManager::ManagedOperation final : public SafeOperation {
 
     std::shared_ptr<OperationTask> admitted_;
     std::weak_ptr<TaskManager> manager_;
-    std::string taskId_;  // the id the task was admitted under
+    std::string taskId_;           // the id the task was admitted under
     const OperationQueue* queue_;  // identity of the queue slot it ran in, never dereferenced
     int priority_;
     bool deIndexFirst_;
@@ -453,8 +453,8 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
         auto* map = typeid(*taskIndexer_) == typeid(TaskMap)
                         ? static_cast<TaskMap*>(taskIndexer_.get())
                         : nullptr;
-        auto existing = map ? map->indexUnlessTaken(indexable, taskId)
-                            : taskIndexer_->indexedTask(taskId);
+        auto existing =
+            map ? map->indexUnlessTaken(indexable, taskId) : taskIndexer_->indexedTask(taskId);
         const bool registeredNow = map && !existing;
         const bool sameObject = existing && existing.get() == indexable.get();
         bool admitted;
@@ -462,7 +462,8 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
             admitted = true;
         } else if (sameObject) {
             auto waiting = waiting_.find(task.get());
-            admitted = waiting != waiting_.end() && dependable && dependable->dependencies().empty();
+            admitted =
+                waiting != waiting_.end() && dependable && dependable->dependencies().empty();
             if (admitted) waiting_.erase(waiting);
         } else {
             admitted = taskIndexer_->canIndex(indexable, taskId);
@@ -712,7 +713,8 @@ void TaskManager::completeUnqueuedTask(std::shared_ptr<OperationTask> task) {
         if (auto* indexable = taskCast<TaskIndexable>(task.get())) {
             self->notifyCompleteTask(indexable->taskId(), task);
         }
-        if (auto combinable = taskPointerCast<TaskCombinable>(task)) combinable->nextTasks().clear();
+        if (auto combinable = taskPointerCast<TaskCombinable>(task))
+            combinable->nextTasks().clear();
         auto duplicates = takeDuplicates(*task);
         // The callback holds the task weakly: a task nobody keeps (not even
         // the index) gets no completion. It leaves the index after it.

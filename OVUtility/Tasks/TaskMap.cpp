@@ -58,7 +58,7 @@ bool TaskMap::canIndex(const std::shared_ptr<TaskIndexable>& task, const std::st
 }
 
 std::shared_ptr<TaskIndexable> TaskMap::indexUnlessTaken(const std::shared_ptr<TaskIndexable>& task,
-                                                        const std::string& taskId) {
+                                                         const std::string& taskId) {
     if (!task) return nullptr;
     auto [it, inserted] = map_.try_emplace(taskId, task);
     if (inserted) return nullptr;

@@ -16,8 +16,10 @@ using ovtest::RecordingExecutor;
 
 TEST(TaskPriorityTest, RawValuesRoundTripAndEverythingElseIsRejected) {
     int index = 0;
-    for (auto [raw, expected] : {std::pair{-8, TaskPriority::veryLow}, {-4, TaskPriority::low},
-                                 {0, TaskPriority::medium}, {4, TaskPriority::high},
+    for (auto [raw, expected] : {std::pair{-8, TaskPriority::veryLow},
+                                 {-4, TaskPriority::low},
+                                 {0, TaskPriority::medium},
+                                 {4, TaskPriority::high},
                                  {8, TaskPriority::veryHigh}}) {
         auto p = TaskPriority::fromRawValue(raw);
         ASSERT_TRUE(p.has_value()) << raw;

@@ -15,8 +15,8 @@
 #include "OVUtility/Tasks/DynamicTask.h"
 #include "OVUtility/Tasks/StandardTask.h"
 #include "OVUtility/Tasks/TaskManager.h"
-#include "support/Eventually.h"
 #include "support/EventLog.h"
+#include "support/Eventually.h"
 #include "support/Gate.h"
 
 namespace ovtest {
