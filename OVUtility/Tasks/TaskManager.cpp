@@ -149,6 +149,12 @@ void appendPreviousResults(const OperationTask& task, const std::shared_ptr<Task
     }
 }
 
+// The index when it is exactly the default TaskMap (a subclass may have rules
+// of its own): the manager then uses its one-lookup admission and removal.
+TaskMap* asDefaultMap(TaskIndexer& indexer) {
+    return typeid(indexer) == typeid(TaskMap) ? static_cast<TaskMap*>(&indexer) : nullptr;
+}
+
 // Whether the task has already ended (and so must not run again).
 bool hasEnded(const OperationTask& task) {
     auto* general = taskCast<const GeneralTask>(&task);
@@ -450,9 +456,7 @@ void TaskManager::addToQueue(const std::shared_ptr<OperationTask>& task) {
         taskId = indexable->taskId();
         // The default index registers a free id in the same lookup that
         // tests it; any other indexer is asked through its own operations.
-        auto* map = typeid(*taskIndexer_) == typeid(TaskMap)
-                        ? static_cast<TaskMap*>(taskIndexer_.get())
-                        : nullptr;
+        auto* map = asDefaultMap(*taskIndexer_);
         auto existing =
             map ? map->indexUnlessTaken(indexable, taskId) : taskIndexer_->indexedTask(taskId);
         const bool registeredNow = map && !existing;
@@ -692,8 +696,8 @@ void TaskManager::deIndexFinished(const std::shared_ptr<OperationTask>& task,
     if (!waiting_.empty()) waiting_.erase(task.get());
     // Only this task's own entry: an invisible entry (canBeIndexed off) may
     // have been replaced by a newer task with the same id.
-    if (typeid(*taskIndexer_) == typeid(TaskMap)) {
-        static_cast<TaskMap*>(taskIndexer_.get())->deIndexUnlessReplaced(*indexable, id);
+    if (auto* map = asDefaultMap(*taskIndexer_)) {
+        map->deIndexUnlessReplaced(*indexable, id);
         return;
     }
     auto current = taskIndexer_->indexedTask(id);
