@@ -49,7 +49,6 @@ bool KeyValueObservable::removeObserver(Token token) {
 }
 
 void KeyValueObservable::notify(std::string_view key, KeyValueChange change) {
-    if (!hasObservers_.load(std::memory_order_acquire)) return;
     std::shared_ptr<const Registrations> snapshot;
     {
         std::lock_guard lock(mutex_);
@@ -59,15 +58,6 @@ void KeyValueObservable::notify(std::string_view key, KeyValueChange change) {
     for (const auto& r : *snapshot) {
         if (r.allKeys || r.key == key) r.observer(key, change);
     }
-}
-
-void KeyValueObservable::willChangeValue(std::string_view key) {
-    notify(key, KeyValueChange::willChange);
-}
-
-void KeyValueObservable::didChangeValue(std::string_view key) {
-    notify(key, KeyValueChange::didChange);
-    observedValueDidChange(key);
 }
 
 }  // namespace ov

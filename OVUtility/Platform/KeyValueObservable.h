@@ -54,8 +54,14 @@ class OV_API KeyValueObservable {
     // Removes a registration; unknown tokens are ignored. Returns whether one was removed.
     bool removeObserver(Token token);
 
-    void willChangeValue(std::string_view key);
-    void didChangeValue(std::string_view key);
+    // Inline, so that an unobserved announcement is the one atomic load.
+    void willChangeValue(std::string_view key) {
+        if (hasObservers_.load(std::memory_order_acquire)) notify(key, KeyValueChange::willChange);
+    }
+    void didChangeValue(std::string_view key) {
+        if (hasObservers_.load(std::memory_order_acquire)) notify(key, KeyValueChange::didChange);
+        observedValueDidChange(key);
+    }
 
   protected:
     // Called after the observers of a did-change notification have run.

@@ -44,8 +44,7 @@ std::shared_ptr<const OperationConfiguration> defaultOperationConfiguration() {
 }  // namespace
 
 GeneralTask::GeneralTask()
-    : result_(std::make_shared<GeneralTaskResult>(false, std::nullopt)),
-      priority_(TaskPriority::shared(TaskPriority::medium)),
+    : priority_(TaskPriority::shared(TaskPriority::medium)),
       configuration_(defaultTaskConfiguration()),
       operationConfiguration_(defaultOperationConfiguration()) {}
 
@@ -53,7 +52,26 @@ GeneralTask::~GeneralTask() = default;
 
 // ------------------------------------------------------------------ properties
 
+void GeneralTask::makeInitialResult() const {
+    {
+        std::lock_guard lock(mutex_);
+        if (resultStored_) return;
+    }
+    // Made outside the lock, which guards only loads and stores; the first
+    // of two racing readers stores its object, the other's is dropped.
+    auto initial = std::make_shared<GeneralTaskResult>(false, std::nullopt);
+    std::lock_guard lock(mutex_);
+    if (resultStored_) return;
+    result_ = std::move(initial);
+    resultStored_ = true;
+}
+
 std::shared_ptr<TaskResult> GeneralTask::result() const {
+    {
+        std::lock_guard lock(mutex_);
+        if (resultStored_) return result_;
+    }
+    makeInitialResult();
     std::lock_guard lock(mutex_);
     return result_;
 }
@@ -61,6 +79,7 @@ std::shared_ptr<TaskResult> GeneralTask::result() const {
 void GeneralTask::setResult(std::shared_ptr<TaskResult> result) {
     std::lock_guard lock(mutex_);
     result_.swap(result);  // the old result is released after the lock
+    resultStored_ = true;
 }
 
 bool GeneralTask::markCancelled() const {
@@ -184,6 +203,7 @@ void GeneralTask::willFinish() {}
 
 void GeneralTask::cancel(std::optional<Error> error) {
     willCancel(error);
+    makeInitialResult();
     {
         std::lock_guard lock(mutex_);
         markCancelled_.store(true, std::memory_order_release);

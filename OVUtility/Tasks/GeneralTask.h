@@ -161,7 +161,12 @@ class OV_API GeneralTask : public virtual OperationTask, public virtual TaskConf
     // critical section below is a few loads and stores (what a setter
     // replaces is released after the lock is let go).
     mutable SpinLock mutex_;
-    std::shared_ptr<TaskResult> result_;
+    // The initial result (unsuccessful, no error) is made on first use: most
+    // tasks store the result of their work before anyone reads it, and a
+    // queued task then holds no result object at all.
+    void makeInitialResult() const;
+    mutable std::shared_ptr<TaskResult> result_;
+    mutable bool resultStored_ = false;  // guarded by mutex_; result_ is meaningful once set
     std::atomic<bool> markCancelled_{false};
     std::shared_ptr<const PriorityValue> priority_;
     TaskQualityOfService qualityOfService_ = TaskQualityOfService::veryLow;
